@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tessaril/platform/command_pattern/CommandBase.h"
+
+namespace Tessaril {
+
+/// A command made of sub-commands, executed in list order and undone backwards.
+///
+/// execute: for each sub-command prepareExecute, executeCommand, finalizeExecute; when one throws,
+/// those before it are undone backwards and the exception goes on. undo: undoCommand from last to
+/// first; when one throws, those already undone are executed again forwards and the exception goes
+/// on. redo: each sub-command's redo in list order, with the same care. Sub-commands' progress
+/// moves this command's progress by their speed rates.
+class TESSARIL_PLATFORM_EXPORT MacroCommand : public CommandBase {
+ public:
+  /// What the progress is divided for.
+  enum Prepare { Execute = 0, Undo = 1 };
+
+  MacroCommand();
+  explicit MacroCommand(std::string description);
+  MacroCommand(MacroCommand&&) noexcept;
+  MacroCommand& operator=(MacroCommand&&) noexcept;
+  ~MacroCommand() override;
+
+  void execute() override;
+  void undo() override;
+  void redo() override;
+  std::string getDescription() const override;
+  /// The slowest rate among the sub-commands; the base's answer for an empty macro.
+  LegacyProgress::Speed::Rate getSpeedRate() const override;
+  /// True when every sub-command can be redone.
+  bool isRedoCapable() const override;
+
+  /// Appends a sub-command, which may have been executed already. Null is ignored.
+  void addCommand(std::shared_ptr<CommandBase> command);
+  bool empty() const noexcept;
+  std::size_t size() const noexcept;
+  /// The sub-commands in list order.
+  const std::vector<std::shared_ptr<CommandBase>>& getCommands() const noexcept;
+
+ protected:
+  /// Called before and after each sub-command that execute runs. They do nothing here.
+  virtual void prepareExecute(std::shared_ptr<CommandBase> command);
+  virtual void finalizeExecute(std::shared_ptr<CommandBase> command);
+
+  /// Sets this progress back to 0 and weighs the sub-commands by their speed rates, so that each
+  /// executeCommand or undoCommand that follows gets its part. A macro whose list is filled while
+  /// it runs keeps its progress as it is for Execute: whoever fills the list divides it.
+  void prepareProgress(Prepare prepare);
+  /// Executes one sub-command now, without the two hooks, its progress fitted into this one's.
+  void executeCommand(const std::shared_ptr<CommandBase>& command);
+  /// Undoes one sub-command now, its progress fitted into this one's.
+  void undoCommand(const std::shared_ptr<CommandBase>& command);
+
+  void clearCommands() noexcept;
+  /// Forgets how far execute, undo or redo has come in the list.
+  void resetPosition() noexcept;
+
+  /// True for a macro whose sub-commands are decided during the run; false after construction.
+  bool listFilledWhileRunning = false;
+
+ private:
+  std::vector<std::shared_ptr<CommandBase>> commands;
+  LegacyProgress::Speed preparedSpeed;
+  /// How many sub-commands have run since prepareProgress or resetPosition.
+  std::size_t position = 0;
+};
+
+}  // namespace Tessaril
