@@ -1,0 +1,349 @@
+#include "tessaril/module/ApplyModule.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "tessaril/commands/ApplyUpdateInfo.h"
+#include "tessaril/platform/command_pattern/CommandBase.h"
+#include "tessaril/platform/framework_interfaces/ApplyCmdFactory.h"
+#include "tessaril/platform/framework_interfaces/ApplyUpdateMessage.h"
+#include "tessaril/platform/parameterization/Object.h"
+
+// The walks, forwards along next lists and backwards along previous lists alike:
+//
+// 1. A stack holds what is still to be visited; it starts with the links of the module that is
+// asked
+//    (or with that module itself).
+// 2. The top entry is taken off. One that has expired or has been visited is passed over.
+// 3. The module is visited; the walk ends here if its visitor says so.
+// 4. All its links are pushed in list order, so that the last-listed neighbour, and everything that
+//    can be reached through it, comes before the earlier ones.
+
+namespace Tessaril {
+
+namespace {
+
+using Links = std::vector<std::weak_ptr<ApplyModule>>;
+using LinksOf = const Links& (ApplyModule::*)() const;
+using ModuleSet = std::unordered_set<std::shared_ptr<ApplyModule>>;
+
+void pushAll(Links& stack, const Links& links) {
+  stack.insert(stack.end(), links.begin(), links.end());
+}
+
+std::shared_ptr<ApplyModule> popAndLock(Links& stack) {
+  auto module = stack.back().lock();
+  stack.pop_back();
+  return module;
+}
+
+bool walkNeighbours(const ApplyModule& origin, LinksOf linksOf,
+                    const ApplyModule::ModuleVisitor& visitor) {
+  Links stack = (origin.*linksOf)();
+  ModuleSet visited;
+  while (!stack.empty()) {
+    const auto module = popAndLock(stack);
+    if (module == nullptr || !visited.insert(module).second) {
+      continue;
+    }
+    if (!visitor(module)) {
+      return false;
+    }
+    pushAll(stack, (module.get()->*linksOf)());
+  }
+  return true;
+}
+
+bool walkFromThis(const ApplyModule& origin, LinksOf linksOf,
+                  const ApplyModule::ModuleRefVisitor& visitor) {
+  std::vector<const ApplyModule*> stack{&origin};
+  std::unordered_set<const ApplyModule*> visited;
+  while (!stack.empty()) {
+    const ApplyModule* module = stack.back();
+    stack.pop_back();
+    if (!visited.insert(module).second) {
+      continue;
+    }
+    if (!visitor(*module)) {
+      return false;
+    }
+    for (const auto& link : (module->*linksOf)()) {
+      if (const auto neighbour = link.lock()) {
+        stack.push_back(neighbour.get());
+      }
+    }
+  }
+  return true;
+}
+
+void gather(const ApplyModule& origin, LinksOf linksOf, ModuleSet& modules,
+            const std::shared_ptr<ApplyModule>& stopModule) {
+  Links stack = (origin.*linksOf)();
+  while (!stack.empty()) {
+    const auto module = popAndLock(stack);
+    if (module != nullptr && modules.insert(module).second && module != stopModule) {
+      pushAll(stack, (module.get()->*linksOf)());
+    }
+  }
+}
+
+Links::const_iterator findLink(const Links& links, const std::shared_ptr<ApplyModule>& module) {
+  return std::find_if(links.begin(), links.end(), [&](const std::weak_ptr<ApplyModule>& link) {
+    return link.lock() == module;
+  });
+}
+
+std::shared_ptr<ApplyModule> lockFirst(const Links& links) {
+  return links.empty() ? nullptr : links.front().lock();
+}
+
+}  // namespace
+
+ApplyModule::ApplyModule() = default;
+ApplyModule::~ApplyModule() = default;
+
+const Links& ApplyModule::getNextApplyModules() const { return nextApplyModules; }
+
+const Links& ApplyModule::getPreviousApplyModules() const { return previousApplyModules; }
+
+std::shared_ptr<ApplyModule> ApplyModule::getNextApplyModule() const {
+  return lockFirst(nextApplyModules);
+}
+
+std::shared_ptr<ApplyModule> ApplyModule::getPreviousApplyModule() const {
+  return lockFirst(previousApplyModules);
+}
+
+bool ApplyModule::hasNextApplyModule(std::shared_ptr<ApplyModule> module) const {
+  return findLink(nextApplyModules, module) != nextApplyModules.end();
+}
+
+bool ApplyModule::hasPreviousApplyModule(std::shared_ptr<ApplyModule> module) const {
+  return findLink(previousApplyModules, module) != previousApplyModules.end();
+}
+
+bool ApplyModule::isAdditionalModule() const { return additionalModule; }
+
+void ApplyModule::setAdditionalModule(bool additional) { additionalModule = additional; }
+
+bool ApplyModule::isStartOfSideChain() const { return startOfSideChain; }
+
+void ApplyModule::setStartOfSideChain(bool start) { startOfSideChain = start; }
+
+const Identifier& ApplyModule::getChainId() const { return insertInfo.getChainId(); }
+
+const Identifier& ApplyModule::getStartChainId() const { return insertInfo.getStartChainId(); }
+
+const std::vector<Identifier>& ApplyModule::getMergeChainIds() const {
+  return insertInfo.getMergeChainIds();
+}
+
+ApplyModuleInsertInfo::ApplyGraphInsertMode ApplyModule::getInsertMode() const {
+  return insertInfo.getInsertMode();
+}
+
+void ApplyModule::setAddToChainInsertMode(const Identifier& chainId, bool transferChains) {
+  insertInfo.setInsertMode(ApplyModuleInsertInfo::AddToChain);
+  insertInfo.setChainId(chainId);
+  insertInfo.setTransferChains(transferChains);
+}
+
+void ApplyModule::setStartSideChainInsertMode(const Identifier& chainId,
+                                              const Identifier& startChainId) {
+  insertInfo.setInsertMode(ApplyModuleInsertInfo::StartSideChain);
+  insertInfo.setChainId(chainId);
+  insertInfo.setStartChainId(startChainId);
+}
+
+void ApplyModule::setStartForkInsertMode(const Identifier& chainId,
+                                         const Identifier& startChainId) {
+  insertInfo.setInsertMode(ApplyModuleInsertInfo::StartFork);
+  insertInfo.setChainId(chainId);
+  insertInfo.setStartChainId(startChainId);
+}
+
+void ApplyModule::setMergeForkInsertMode(const std::vector<Identifier>& mergeChainIds,
+                                         const Identifier& chainId) {
+  insertInfo.setInsertMode(ApplyModuleInsertInfo::MergeFork);
+  insertInfo.setChainId(chainId);
+  insertInfo.setMergeChainIds(mergeChainIds);
+}
+
+bool ApplyModule::isApplyNecessary(bool /*isEndModule*/) const { return false; }
+
+bool ApplyModule::isApplyPossible() const { return false; }
+
+bool ApplyModule::isAutoApplyNecessary() const { return true; }
+
+bool ApplyModule::isAutoApplyPossible() const { return true; }
+
+bool ApplyModule::isUpdateInfoRelevant(const ApplyUpdateInfo& info) const {
+  return !info.isEmpty();
+}
+
+bool ApplyModule::updateAlways() const { return true; }
+
+bool ApplyModule::usesSharedResources() const { return false; }
+
+bool ApplyModule::enableDesignSwitch() const { return false; }
+
+LegacyProgress::Speed::Rate ApplyModule::getSpeedRate() const { return speedRate; }
+
+void ApplyModule::setApplyCmdFactory(std::shared_ptr<ApplyCmdFactory> factory) {
+  applyCmdFactory = std::move(factory);
+}
+
+bool ApplyModule::hasApplyCmdFactory() const { return applyCmdFactory != nullptr; }
+
+std::shared_ptr<CommandBase> ApplyModule::createApplyCommand(std::shared_ptr<Object> object) {
+  return hasApplyCmdFactory() ? applyCmdFactory->createApplyCommand(std::move(object)) : nullptr;
+}
+
+std::shared_ptr<CommandBase> ApplyModule::createAutoApplyCommand(std::shared_ptr<Object> object,
+                                                                 bool mayRunAlone) {
+  return hasApplyCmdFactory()
+             ? applyCmdFactory->createAutoApplyCommand(std::move(object), mayRunAlone)
+             : nullptr;
+}
+
+std::shared_ptr<CommandBase> ApplyModule::createMessageHandlingCmd(
+    std::shared_ptr<Object> object, std::shared_ptr<ApplyUpdateMessage> message, bool flag) {
+  return hasApplyCmdFactory() ? applyCmdFactory->createMessageHandlingCmd(std::move(object),
+                                                                          std::move(message), flag)
+                              : nullptr;
+}
+
+bool ApplyModule::forAllFollowingModules(ModuleVisitor visitor) const {
+  return walkNeighbours(*this, &ApplyModule::getNextApplyModules, visitor);
+}
+
+bool ApplyModule::forAllPreviousModules(ModuleVisitor visitor) const {
+  return walkNeighbours(*this, &ApplyModule::getPreviousApplyModules, visitor);
+}
+
+bool ApplyModule::forThisAndAllFollowingModules(ModuleRefVisitor visitor) const {
+  return walkFromThis(*this, &ApplyModule::getNextApplyModules, visitor);
+}
+
+bool ApplyModule::forThisAndAllPreviousModules(ModuleRefVisitor visitor) const {
+  return walkFromThis(*this, &ApplyModule::getPreviousApplyModules, visitor);
+}
+
+void ApplyModule::gatherAllDependencies(ModuleSet& modules,
+                                        const std::shared_ptr<ApplyModule>& stopModule) const {
+  gather(*this, &ApplyModule::getPreviousApplyModules, modules, stopModule);
+}
+
+void ApplyModule::gatherAllSuccessors(ModuleSet& modules,
+                                      const std::shared_ptr<ApplyModule>& stopModule) const {
+  gather(*this, &ApplyModule::getNextApplyModules, modules, stopModule);
+}
+
+bool ApplyModule::hasAsAncestor(const ApplyModule& module) const {
+  return !forThisAndAllPreviousModules(
+      [&module](const ApplyModule& visited) { return &visited != &module; });
+}
+
+bool ApplyModule::hasAsAncestor(std::shared_ptr<ApplyModule> module) const {
+  return module != nullptr && hasAsAncestor(*module);
+}
+
+bool ApplyModule::isApplyGraphConsistent() const {
+  return forThisAndAllFollowingModules([](const ApplyModule& visited) {
+    return visited.isConsistent() || visited.isAdditionalModule();
+  });
+}
+
+bool ApplyModule::isDependencyGraphConsistent() const {
+  return forThisAndAllPreviousModules(
+      [](const ApplyModule& visited) { return visited.isConsistent(); });
+}
+
+bool ApplyModule::isDependencyGraphInputOk(bool strictForThis) const {
+  return forThisAndAllPreviousModules([this, strictForThis](const ApplyModule& visited) {
+    if (!visited.isActive() || visited.isFrozen() || visited.isSkipped() || visited.isInputOk()) {
+      return true;
+    }
+    return visited.isAdditionalModule() && !(strictForThis && &visited == this);
+  });
+}
+
+bool ApplyModule::isDependencyGraphApplyNecessary(bool necessaryForThis) const {
+  return !forThisAndAllPreviousModules([this, necessaryForThis](const ApplyModule& visited) {
+    return !visited.isApplyNecessary(&visited == this && necessaryForThis);
+  });
+}
+
+bool ApplyModule::isDependencyGraphApplyRequired() const {
+  return isDependencyGraphInputOk(false) && isDependencyGraphApplyNecessary(true);
+}
+
+void ApplyModule::sendStateChangeSignalsOfFollowingModules() const {
+  forAllFollowingModules([](const std::shared_ptr<ApplyModule>& follower) {
+    follower->sendStateChangeSignal();
+    return true;
+  });
+}
+
+void ApplyModule::onApplyGraphChanged() {}
+
+void ApplyModule::addNextApplyModule(std::shared_ptr<ApplyModule> module) {
+  addLink(nextApplyModules, module);
+}
+
+void ApplyModule::addPreviousApplyModule(std::shared_ptr<ApplyModule> module) {
+  addLink(previousApplyModules, module);
+}
+
+void ApplyModule::removeNextApplyModule(std::shared_ptr<ApplyModule> module) {
+  removeLink(nextApplyModules, module);
+}
+
+void ApplyModule::removePreviousApplyModule(std::shared_ptr<ApplyModule> module) {
+  removeLink(previousApplyModules, module);
+}
+
+bool ApplyModule::replaceNextApplyModule(std::shared_ptr<ApplyModule> oldModule,
+                                         std::shared_ptr<ApplyModule> newModule) {
+  return replaceLink(nextApplyModules, oldModule, newModule);
+}
+
+bool ApplyModule::replacePreviousApplyModule(std::shared_ptr<ApplyModule> oldModule,
+                                             std::shared_ptr<ApplyModule> newModule) {
+  return replaceLink(previousApplyModules, oldModule, newModule);
+}
+
+void ApplyModule::addLink(Links& links, const std::shared_ptr<ApplyModule>& module) {
+  if (module == nullptr || module.get() == this || findLink(links, module) != links.end()) {
+    return;
+  }
+  links.push_back(module);
+  onApplyGraphChanged();
+}
+
+void ApplyModule::removeLink(Links& links, const std::shared_ptr<ApplyModule>& module) {
+  const auto found = findLink(links, module);
+  if (found == links.end()) {
+    return;
+  }
+  links.erase(found);
+  onApplyGraphChanged();
+}
+
+// Neither duplicates nor a null new module are refused: the graph operations that replace have seen
+// to duplicates, and a replaced entry has to keep its place.
+bool ApplyModule::replaceLink(Links& links, const std::shared_ptr<ApplyModule>& oldModule,
+                              const std::shared_ptr<ApplyModule>& newModule) {
+  if (newModule.get() == this) {
+    return false;
+  }
+  const auto found = findLink(links, oldModule);
+  if (found == links.end()) {
+    return false;
+  }
+  links[static_cast<std::size_t>(found - links.begin())] = newModule;
+  onApplyGraphChanged();
+  return true;
+}
+
+}  // namespace Tessaril
