@@ -37,7 +37,8 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
   using ModuleSet = std::unordered_set<std::shared_ptr<ApplyModule>>;
   using ModuleQueue = std::queue<std::shared_ptr<ApplyModule>>;
 
-  // Navigation. Linear in the path walked, without allocation. Null in, null out.
+  // Navigation. Linear in the path walked, without allocation. Null in, null out. Requires: the
+  // path walked does not run in a circle.
 
   /// From `module` always to the first live previous module, until there is none.
   static std::shared_ptr<ApplyModule> getStart(std::shared_ptr<ApplyModule> module);
@@ -196,8 +197,16 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
   static void write(std::shared_ptr<const ApplyModule> module, const std::string& fileName);
 
  private:
-  static void removeNext(const std::shared_ptr<ApplyModule>& module);
-  static void removePrevious(const std::shared_ptr<ApplyModule>& module);
+  static void removeNext(std::shared_ptr<ApplyModule> module);
+  static void removePrevious(std::shared_ptr<ApplyModule> module);
+  static void addSubGraphToChain(const std::shared_ptr<ApplyModule>& start,
+                                 const std::shared_ptr<ApplyModule>& end,
+                                 const std::shared_ptr<ApplyModule>& anchor);
+  static void startChainWithSubGraph(const std::shared_ptr<ApplyModule>& start,
+                                     const std::shared_ptr<ApplyModule>& end,
+                                     const std::shared_ptr<ApplyModule>& anchor);
+  static void takeOverSuccessorsInChain(const std::shared_ptr<ApplyModule>& end,
+                                        const std::shared_ptr<ApplyModule>& previous);
 };
 
 }  // namespace Tessaril

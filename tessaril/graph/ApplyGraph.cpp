@@ -1,0 +1,651 @@
+#include "tessaril/graph/ApplyGraph.h"
+
+#include <algorithm>
+#include <fstream>
+#include <optional>
+#include <ostream>
+#include <typeinfo>
+#include <utility>
+
+#include "tessaril/module/ApplyModule.h"
+#include "tessaril/platform/exceptions/TsException.h"
+#include "tessaril/platform/parameterization/Object.h"
+
+namespace Tessaril {
+
+namespace {
+
+using ModulePtr = std::shared_ptr<ApplyModule>;
+using Links = std::vector<std::weak_ptr<ApplyModule>>;
+using LinksOf = const Links& (ApplyModule::*)() const;
+using InsertMode = ApplyModuleInsertInfo::ApplyGraphInsertMode;
+
+/// Calls `visit` with every live module of `links`, in list order. By index, since what `visit`
+/// does to other modules may reach this list.
+template <typename Visit>
+void forEachLive(const Links& links, const Visit& visit) {
+  for (std::size_t i = 0; i < links.size(); ++i) {
+    if (const ModulePtr module = links[i].lock()) {
+      visit(module);
+    }
+  }
+}
+
+template <typename Matches>
+ModulePtr findLive(const Links& links, const Matches& matches) {
+  for (const auto& link : links) {
+    if (ModulePtr module = link.lock(); module != nullptr && matches(*module)) {
+      return module;
+    }
+  }
+  return nullptr;
+}
+
+ModulePtr findInChain(const Links& links, const Identifier& chainId) {
+  return findLive(links,
+                  [&chainId](const ApplyModule& module) { return module.getChainId() == chainId; });
+}
+
+/// From `module` along `step` to the last module before it answers null.
+template <typename Step>
+ModulePtr followToEnd(ModulePtr module, const Step& step) {
+  ModulePtr last;
+  while (module != nullptr) {
+    last = std::move(module);
+    module = step(*last);
+  }
+  return last;
+}
+
+/// The module that a chain's first module hangs on, if there is exactly one entry for it and that
+/// is live.
+ModulePtr onlyParent(const ApplyModule& first) {
+  const Links& previous = first.getPreviousApplyModules();
+  return previous.size() == 1 ? previous.front().lock() : nullptr;
+}
+
+}  // namespace
+
+// Navigation
+
+ModulePtr ApplyGraph::getStart(ModulePtr module) {
+  return followToEnd(std::move(module), [](const ApplyModule& current) {
+    return findLive(current.getPreviousApplyModules(), [](const ApplyModule&) { return true; });
+  });
+}
+
+std::shared_ptr<const ApplyModule> ApplyGraph::getStartConst(
+    std::shared_ptr<const ApplyModule> module) {
+  return getStart(std::const_pointer_cast<ApplyModule>(std::move(module)));
+}
+
+ModulePtr ApplyGraph::getEnd(ModulePtr module) {
+  return followToEnd(std::move(module), [](const ApplyModule& current) {
+    return findLive(current.getNextApplyModules(),
+                    [](const ApplyModule& next) { return !next.isStartOfSideChain(); });
+  });
+}
+
+ModulePtr ApplyGraph::getFirstModuleOfChain(ModulePtr module) {
+  if (module == nullptr || module->getChainId().isNull()) {
+    return getStart(std::move(module));
+  }
+  const Identifier chainId = module->getChainId();
+  return followToEnd(std::move(module), [&chainId](const ApplyModule& current) {
+    return findInChain(current.getPreviousApplyModules(), chainId);
+  });
+}
+
+ModulePtr ApplyGraph::getNextModuleWithChainId(ModulePtr module, const Identifier& chainId) {
+  return module == nullptr ? nullptr : findInChain(module->getNextApplyModules(), chainId);
+}
+
+ModulePtr ApplyGraph::getPreviousModuleWithChainId(ModulePtr module, const Identifier& chainId) {
+  return module == nullptr ? nullptr : findInChain(module->getPreviousApplyModules(), chainId);
+}
+
+bool ApplyGraph::isInSameGraph(std::shared_ptr<const ApplyModule> a,
+                               std::shared_ptr<const ApplyModule> b) {
+  return getStartConst(std::move(a)) == getStartConst(std::move(b));
+}
+
+std::uint64_t ApplyGraph::computeLevelOfChain(ModulePtr module) {
+  if (module != nullptr && module->getChainId().isNull()) {
+    return 0;
+  }
+  ModulePtr first = getFirstModuleOfChain(std::move(module));
+  if (first == nullptr) {
+    throw TsException("Cannot compute the level of chain which is disconnected from main chain.");
+  }
+  // The first step down from the main chain needs no look-up: the start chain id alone tells.
+  std::uint64_t level = 1;
+  Identifier startId = first->getStartChainId();
+  while (!startId.isNull()) {
+    const ModulePtr parent = getPreviousModuleWithChainId(first, startId);
+    if (parent == nullptr) {
+      throw TsException(
+          "ApplyGraph is not properly constructed. Call ApplyGraph::computeLevelOfChain(module) "
+          "after setup ApplyGraph.");
+    }
+    first = getFirstModuleOfChain(parent);
+    startId = first->getStartChainId();
+    ++level;
+  }
+  return level;
+}
+
+// Edits of one module
+
+void ApplyGraph::insert(ModulePtr module, ModulePtr previous, ModulePtr next,
+                        bool startOfSideChain) {
+  if (module == nullptr) {
+    return;
+  }
+  module->setStartOfSideChain(startOfSideChain);
+  if (previous != nullptr) {
+    module->addPreviousApplyModule(previous);
+    if (!previous->replaceNextApplyModule(next, module)) {
+      previous->addNextApplyModule(module);
+    }
+  }
+  if (next != nullptr) {
+    module->addNextApplyModule(next);
+    if (!next->replacePreviousApplyModule(previous, module)) {
+      next->addPreviousApplyModule(module);
+    }
+  }
+}
+
+void ApplyGraph::insertAfter(ModulePtr module, ModulePtr anchor) {
+  insertSubGraphAfter(module, module, anchor);
+}
+
+void ApplyGraph::insertBefore(ModulePtr module, ModulePtr anchor) {
+  insertSubGraphBefore(module, module, anchor);
+}
+
+void ApplyGraph::removeNext(ModulePtr module) {
+  forEachLive(module->nextApplyModules,
+              [&](const ModulePtr& next) { next->removePreviousApplyModule(module); });
+  module->nextApplyModules.clear();
+}
+
+void ApplyGraph::removePrevious(ModulePtr module) {
+  forEachLive(module->previousApplyModules,
+              [&](const ModulePtr& previous) { previous->removeNextApplyModule(module); });
+  module->previousApplyModules.clear();
+}
+
+void ApplyGraph::remove(ModulePtr module) {
+  if (module == nullptr) {
+    return;
+  }
+  const Links previousModules = module->previousApplyModules;
+  const Links nextModules = module->nextApplyModules;
+  forEachLive(previousModules, [&](const ModulePtr& previous) {
+    previous->removeNextApplyModule(module);
+    module->removePreviousApplyModule(previous);
+    forEachLive(nextModules, [&](const ModulePtr& next) { previous->addNextApplyModule(next); });
+  });
+  forEachLive(nextModules, [&](const ModulePtr& next) {
+    next->removePreviousApplyModule(module);
+    module->removeNextApplyModule(next);
+    if (module->isStartOfSideChain()) {
+      next->setStartOfSideChain(true);
+    }
+    forEachLive(previousModules,
+                [&](const ModulePtr& previous) { next->addPreviousApplyModule(previous); });
+  });
+  module->setStartOfSideChain(false);
+}
+
+void ApplyGraph::replace(ModulePtr oldModule, ModulePtr newModule) {
+  if (oldModule == nullptr || newModule == nullptr) {
+    return;
+  }
+  if (oldModule != newModule) {
+    newModule->nextApplyModules = oldModule->nextApplyModules;
+    newModule->previousApplyModules = oldModule->previousApplyModules;
+  }
+  oldModule->nextApplyModules.clear();
+  oldModule->previousApplyModules.clear();
+  forEachLive(newModule->nextApplyModules, [&](const ModulePtr& next) {
+    next->replacePreviousApplyModule(oldModule, newModule);
+  });
+  forEachLive(newModule->previousApplyModules, [&](const ModulePtr& previous) {
+    previous->replaceNextApplyModule(oldModule, newModule);
+  });
+  if (oldModule->isStartOfSideChain()) {
+    oldModule->setStartOfSideChain(false);
+    newModule->setStartOfSideChain(true);
+  }
+}
+
+void ApplyGraph::addFork(ModulePtr from, ModulePtr to) {
+  if (from == nullptr || to == nullptr) {
+    return;
+  }
+  const Identifier joinedChainId = to->getChainId();
+  const ModulePtr first = getFirstModuleOfChain(from);
+  const ModulePtr parent = onlyParent(*first);
+  if (first->getInsertMode() == InsertMode::StartSideChain && parent != nullptr) {
+    first->setStartForkInsertMode(first->getChainId(), parent->getChainId());
+  }
+  to->addPreviousApplyModule(from);
+  from->addNextApplyModule(to);
+  std::vector<Identifier> mergedChainIds;
+  forEachLive(to->previousApplyModules,
+              [&](const ModulePtr& previous) { mergedChainIds.push_back(previous->getChainId()); });
+  to->setMergeForkInsertMode(mergedChainIds, joinedChainId);
+}
+
+void ApplyGraph::removeFork(ModulePtr from, ModulePtr to) {
+  if (from == nullptr || to == nullptr) {
+    return;
+  }
+  const Identifier chainId = from->getChainId();
+  const ModulePtr last = getPreviousModuleWithChainId(to, chainId);
+  if (last == nullptr) {
+    return;
+  }
+  const ModulePtr first = getFirstModuleOfChain(from);
+  bool branched = false;
+  followToEnd(first, [&](const ApplyModule& current) {
+    branched = branched || current.getNextApplyModules().size() > 1;
+    return findInChain(current.getNextApplyModules(), chainId);
+  });
+  to->removePreviousApplyModule(last);
+  last->removeNextApplyModule(to);
+  if (to->previousApplyModules.size() == 1) {
+    to->setAddToChainInsertMode(to->getChainId(), false);
+  }
+  const ModulePtr parent = onlyParent(*first);
+  if (!branched && !chainId.isNull() && first->getInsertMode() == InsertMode::StartFork &&
+      parent != nullptr) {
+    first->setStartSideChainInsertMode(first->getChainId(), parent->getChainId());
+  }
+}
+
+// Edits of a sub-graph
+
+void ApplyGraph::insertSubGraph(ModulePtr start, ModulePtr end, ModulePtr previous, ModulePtr next,
+                                bool startOfSideChain) {
+  if (start == nullptr || end == nullptr) {
+    return;
+  }
+  start->addPreviousApplyModule(previous);
+  end->addNextApplyModule(next);
+  if (previous != nullptr && !previous->replaceNextApplyModule(next, start)) {
+    previous->addNextApplyModule(start);
+  }
+  if (next != nullptr && !next->replacePreviousApplyModule(previous, end)) {
+    next->addPreviousApplyModule(end);
+  }
+  if (startOfSideChain) {
+    start->setStartOfSideChain(true);
+  }
+}
+
+// No flag moves here: what followed the anchor as a side chain goes on as one behind the sub-graph.
+void ApplyGraph::insertSubGraphAfter(ModulePtr start, ModulePtr end, ModulePtr anchor) {
+  if (start == nullptr || end == nullptr || anchor == nullptr ||
+      start->hasPreviousApplyModule(anchor)) {
+    return;
+  }
+  removeNext(end);
+  removePrevious(start);
+  forEachLive(anchor->nextApplyModules, [&](const ModulePtr& next) {
+    end->addNextApplyModule(next);
+    next->replacePreviousApplyModule(anchor, end);
+  });
+  start->addPreviousApplyModule(anchor);
+  anchor->nextApplyModules.clear();
+  anchor->addNextApplyModule(start);
+}
+
+// The flag moves: the sub-graph now comes first in the chain that the anchor began.
+void ApplyGraph::insertSubGraphBefore(ModulePtr start, ModulePtr end, ModulePtr anchor) {
+  if (start == nullptr || end == nullptr || anchor == nullptr || end->hasNextApplyModule(anchor)) {
+    return;
+  }
+  removeNext(end);
+  removePrevious(start);
+  forEachLive(anchor->previousApplyModules, [&](const ModulePtr& previous) {
+    start->addPreviousApplyModule(previous);
+    previous->replaceNextApplyModule(anchor, start);
+  });
+  end->addNextApplyModule(anchor);
+  anchor->previousApplyModules.clear();
+  anchor->addPreviousApplyModule(end);
+  if (anchor->isStartOfSideChain()) {
+    anchor->setStartOfSideChain(false);
+    start->setStartOfSideChain(true);
+  }
+}
+
+void ApplyGraph::removeSubGraph(ModulePtr start, ModulePtr end) {
+  if (start == nullptr || end == nullptr) {
+    return;
+  }
+  const Links previousModules = start->previousApplyModules;
+  const Links nextModules = end->nextApplyModules;
+  forEachLive(previousModules, [&](const ModulePtr& previous) {
+    previous->removeNextApplyModule(start);
+    start->removePreviousApplyModule(previous);
+    forEachLive(nextModules, [&](const ModulePtr& next) { previous->addNextApplyModule(next); });
+  });
+  forEachLive(nextModules, [&](const ModulePtr& next) {
+    next->removePreviousApplyModule(end);
+    end->removeNextApplyModule(next);
+    forEachLive(previousModules,
+                [&](const ModulePtr& previous) { next->addPreviousApplyModule(previous); });
+  });
+  start->setStartOfSideChain(false);
+}
+
+bool ApplyGraph::moveStartOfSubChain(ModulePtr sideStart, ModulePtr oldParent,
+                                     ModulePtr newParent) {
+  if (sideStart == nullptr || oldParent == nullptr || newParent == nullptr ||
+      newParent == sideStart || !sideStart->hasPreviousApplyModule(oldParent) ||
+      !oldParent->hasNextApplyModule(sideStart)) {
+    return false;
+  }
+  sideStart->replacePreviousApplyModule(oldParent, newParent);
+  oldParent->removeNextApplyModule(sideStart);
+  newParent->addNextApplyModule(sideStart);
+  return true;
+}
+
+// Placement by insert mode
+
+void ApplyGraph::insertAccordingToInsertMode(ModulePtr module, ModulePtr anchor) {
+  insertSubGraphAccordingToInsertMode(module, module, std::move(anchor));
+}
+
+void ApplyGraph::insertAccordingToInsertMode(ModulePtr module,
+                                             const std::vector<ModulePtr>& previousModules,
+                                             ModulePtr next) {
+  insertSubGraphAccordingToInsertMode(module, module, previousModules, std::move(next));
+}
+
+void ApplyGraph::insertSubGraphAccordingToInsertMode(ModulePtr start, ModulePtr end,
+                                                     ModulePtr anchor) {
+  if (start == nullptr || end == nullptr) {
+    return;
+  }
+  switch (start->getInsertMode()) {
+    case InsertMode::AddToChain:
+      addSubGraphToChain(start, end, anchor);
+      break;
+    case InsertMode::StartSideChain:
+    case InsertMode::StartFork:
+      startChainWithSubGraph(start, end, anchor);
+      break;
+    case InsertMode::MergeFork:
+      break;
+  }
+}
+
+void ApplyGraph::addSubGraphToChain(const ModulePtr& start, const ModulePtr& end,
+                                    const ModulePtr& anchor) {
+  const Identifier chainId = start->getChainId();
+  const ModulePtr chainNext = getNextModuleWithChainId(anchor, chainId);
+  if (const ModulePtr oldNext = getNextModuleWithChainId(end, chainId)) {
+    end->removeNextApplyModule(oldNext);
+    oldNext->removePreviousApplyModule(end);
+  }
+  if (const ModulePtr oldPrevious = getPreviousModuleWithChainId(start, chainId)) {
+    start->removePreviousApplyModule(oldPrevious);
+    oldPrevious->removeNextApplyModule(start);
+  }
+  if (!start->insertInfo.getTransferChains()) {
+    insertSubGraph(start, end, anchor, chainNext, false);
+    return;
+  }
+  insertSubGraphAfter(start, end, anchor);
+  start->insertInfo.setTransferChains(false);
+}
+
+void ApplyGraph::startChainWithSubGraph(const ModulePtr& start, const ModulePtr& end,
+                                        const ModulePtr& anchor) {
+  const bool isSideChain = start->getInsertMode() == InsertMode::StartSideChain;
+  const ModulePtr chainNext = getNextModuleWithChainId(anchor, start->getChainId());
+  if (chainNext == nullptr) {
+    insert(start, anchor, nullptr, isSideChain);
+    return;
+  }
+  if (chainNext == start) {
+    return;
+  }
+  insertSubGraphBefore(start, end, chainNext);
+  if (!isSideChain || chainNext->getInsertMode() == InsertMode::StartSideChain) {
+    chainNext->setAddToChainInsertMode(chainNext->getChainId(), false);
+  }
+}
+
+void ApplyGraph::insertSubGraphAccordingToInsertMode(ModulePtr start, ModulePtr end,
+                                                     const std::vector<ModulePtr>& previousModules,
+                                                     ModulePtr next) {
+  if (start == nullptr || end == nullptr) {
+    return;
+  }
+  if (next != nullptr) {
+    removePrevious(next);
+  }
+  for (const ModulePtr& previous : previousModules) {
+    if (previous == nullptr) {
+      continue;
+    }
+    if (previous->getChainId() == start->getChainId()) {
+      takeOverSuccessorsInChain(end, previous);
+    }
+    insertSubGraph(start, end, previous, next, false);
+  }
+}
+
+void ApplyGraph::takeOverSuccessorsInChain(const ModulePtr& end, const ModulePtr& previous) {
+  const Identifier chainId = previous->getChainId();
+  const Links successors = previous->nextApplyModules;
+  forEachLive(successors, [&](const ModulePtr& successor) {
+    if (successor->getChainId() == chainId) {
+      previous->removeNextApplyModule(successor);
+      successor->removePreviousApplyModule(previous);
+      end->addNextApplyModule(successor);
+      successor->addPreviousApplyModule(end);
+    }
+  });
+}
+
+// Ordered traversal
+//
+// One step, over a queue of modules (or of modules with a flag):
+//
+// 1. Take the front entry. An empty queue ends the step without a result, and with it every module
+//    that was found waiting: nothing that is left can ever become ready.
+// 2. Drop an entry whose module has been visited: it was queued once for each visited neighbour.
+// 3. An entry with an unvisited neighbour in scope, on the side from which it is reached, waits.
+// 4. The first entry that does not wait is the result; those found waiting go to the back of the
+//    queue in their order.
+
+namespace {
+
+using ModuleSet = ApplyGraph::ModuleSet;
+using FlaggedModule = std::pair<ModulePtr, bool>;
+
+const ModulePtr& moduleOf(const ModulePtr& entry) { return entry; }
+const ModulePtr& moduleOf(const FlaggedModule& entry) { return entry.first; }
+
+bool hasToWait(const ApplyModule& module, LinksOf waitsFor, const ModuleSet& visited,
+               const ModuleSet& scope) {
+  const Links& links = (module.*waitsFor)();
+  return std::any_of(links.begin(), links.end(), [&](const std::weak_ptr<ApplyModule>& link) {
+    const ModulePtr neighbour = link.lock();
+    return neighbour != nullptr && !visited.contains(neighbour) && scope.contains(neighbour);
+  });
+}
+
+template <typename Entry>
+std::optional<Entry> takeNextReady(std::queue<Entry>& queue, LinksOf waitsFor,
+                                   const ModuleSet& visited, const ModuleSet& scope) {
+  std::vector<Entry> waiting;
+  while (!queue.empty()) {
+    Entry entry = std::move(queue.front());
+    queue.pop();
+    const ModulePtr& module = moduleOf(entry);
+    if (module == nullptr || visited.contains(module)) {
+      continue;
+    }
+    if (hasToWait(*module, waitsFor, visited, scope)) {
+      waiting.push_back(std::move(entry));
+      continue;
+    }
+    for (Entry& deferred : waiting) {
+      queue.push(std::move(deferred));
+    }
+    return entry;
+  }
+  return std::nullopt;
+}
+
+ModuleSet successorsUpTo(const ModulePtr& start, const ModulePtr& end) {
+  ModuleSet modules;
+  start->gatherAllSuccessors(modules, end);
+  modules.insert(start);
+  return modules;
+}
+
+ModuleSet dependenciesBackTo(const ModulePtr& end, const ModulePtr& start) {
+  ModuleSet modules;
+  end->gatherAllDependencies(modules, start);
+  modules.insert(end);
+  return modules;
+}
+
+}  // namespace
+
+ModulePtr ApplyGraph::getNextModuleInOrder(ModuleQueue& queue, const ModuleSet& visited,
+                                           const ModuleSet& scope) {
+  return takeNextReady(queue, &ApplyModule::getPreviousApplyModules, visited, scope)
+      .value_or(nullptr);
+}
+
+void ApplyGraph::forSemanticOrderedModuleRange(std::function<void(ModulePtr)> callback,
+                                               ModulePtr start, ModulePtr end) {
+  if (start == nullptr) {
+    return;
+  }
+  const ModuleSet scope = successorsUpTo(start, end);
+  const ModuleSet allowed = end == nullptr ? ModuleSet{} : dependenciesBackTo(end, start);
+  ModuleSet visited;
+  ModuleQueue queue;
+  queue.push(start);
+  while (const ModulePtr module = getNextModuleInOrder(queue, visited, scope)) {
+    callback(module);
+    visited.insert(module);
+    forEachLive(module->getNextApplyModules(), [&](const ModulePtr& next) {
+      if (end == nullptr || allowed.contains(next)) {
+        queue.push(next);
+      }
+    });
+  }
+}
+
+void ApplyGraph::forSemanticOrderedModuleFullRange(std::function<bool(ModulePtr, bool)> callback,
+                                                   ModulePtr start, ModulePtr end) {
+  if (start == nullptr) {
+    return;
+  }
+  ModuleSet beyond;
+  ModuleSet needed;
+  if (end != nullptr) {
+    end->gatherAllSuccessors(beyond, nullptr);
+    needed = dependenciesBackTo(end, start);
+  }
+  const ModuleSet scope = successorsUpTo(start, end);
+  ModuleSet visited;
+  std::queue<FlaggedModule> queue;
+  queue.emplace(start, false);
+  while (const auto entry =
+             takeNextReady(queue, &ApplyModule::getPreviousApplyModules, visited, scope)) {
+    const auto& [module, outside] = *entry;
+    visited.insert(module);
+    if (!callback(module, outside)) {
+      continue;
+    }
+    forEachLive(module->getNextApplyModules(), [&, isOutside = outside](const ModulePtr& next) {
+      if (!beyond.contains(next)) {
+        queue.emplace(next, isOutside || (end != nullptr && !needed.contains(next)));
+      }
+    });
+  }
+}
+
+void ApplyGraph::forSemanticOrderedPreviousModules(std::function<bool(ModulePtr)> callback,
+                                                   ModulePtr module) {
+  if (module == nullptr) {
+    return;
+  }
+  ModuleSet scope;
+  module->gatherAllDependencies(scope, nullptr);
+  scope.insert(module);
+  ModuleSet visited;
+  ModuleQueue queue;
+  queue.push(module);
+  while (const auto entry =
+             takeNextReady(queue, &ApplyModule::getNextApplyModules, visited, scope)) {
+    visited.insert(*entry);
+    if (*entry == module || callback(*entry)) {
+      forEachLive((*entry)->getPreviousApplyModules(),
+                  [&](const ModulePtr& previous) { queue.push(previous); });
+    }
+  }
+}
+
+// Diagnosis
+
+namespace {
+
+void describe(std::ostream& stream, const ApplyModule& module) {
+  const auto* object = dynamic_cast<const Object*>(&module);
+  if (object == nullptr) {
+    stream << "No Object: " << typeid(module).name() << std::endl;
+    return;
+  }
+  stream << "Name: " << object->getName() << (module.isStartOfSideChain() ? " (S)" : " ")
+         << " AbsolutePath: " << object->getPath(RequestedPathType::Absolute).toString()
+         << std::endl;
+}
+
+void describeNeighbours(std::ostream& stream, const Links& links) {
+  forEachLive(links, [&stream](const ModulePtr& neighbour) {
+    stream << "    ";
+    describe(stream, *neighbour);
+  });
+}
+
+void writeNode(std::ostream& stream, const ApplyModule& module) {
+  stream << "Node:" << std::endl << "=====" << std::endl;
+  describe(stream, module);
+  stream << "  Previous Nodes:" << std::endl << "  ---------------" << std::endl;
+  describeNeighbours(stream, module.getPreviousApplyModules());
+  stream << "  Next Nodes:" << std::endl << "  -----------" << std::endl;
+  describeNeighbours(stream, module.getNextApplyModules());
+  stream << std::endl;
+}
+
+}  // namespace
+
+void ApplyGraph::write(std::shared_ptr<const ApplyModule> module, const std::string& fileName) {
+  const std::shared_ptr<const ApplyModule> start = getStartConst(std::move(module));
+  if (start == nullptr) {
+    return;
+  }
+  std::ofstream file(fileName, std::ios::out | std::ios::trunc);
+  start->forThisAndAllFollowingModules([&file](const ApplyModule& node) {
+    writeNode(file, node);
+    return true;
+  });
+  file.close();
+}
+
+}  // namespace Tessaril
