@@ -31,13 +31,18 @@ class TESSARIL_PLATFORM_EXPORT CommandBase {
   /// True unless a command overrides it: the command can be redone after an undo.
   virtual bool isRedoCapable() const;
 
-  /// The text that log records use: what setLogDescription was given, else getDescription().
+  /// The text that log records use: what setLogDescription was given; getDescription() when that
+  /// is empty.
   std::string getLogDescription() const;
   void setLogDescription(std::string text);
 
   /// This command's progress; never null, valid as long as the command (a moved-from command has
   /// none and answers null).
   LegacyProgress* getProgressPtr() const noexcept;
+
+ protected:
+  /// For a command that learns only during its construction what it is called.
+  void setDescription(std::string text);
 
  private:
   std::string description;

@@ -16,17 +16,23 @@ namespace Tessaril {
 /// The run's own thread is the one that calls execute (or startExecution): everything but the
 /// sub-command's own execute happens there. execute calls startExecution, then waits for the
 /// sub-command that is under way and calls continueExecution, until none is under way any more.
+///
+/// Who starts a run by hand calls startExecution and then, once per report, continueExecution, both
+/// on one thread. A stop request is good for one run: it lasts until the next execute that follows
+/// a finished or a failed run.
 class TESSARIL_PLATFORM_EXPORT ThreadedMacroCommand : public MacroCommand {
  public:
   ThreadedMacroCommand();
   explicit ThreadedMacroCommand(std::string description);
   ThreadedMacroCommand(ThreadedMacroCommand&&) noexcept;
   ThreadedMacroCommand& operator=(ThreadedMacroCommand&&) noexcept;
-  /// Waits for a sub-command that is still under way.
+  /// Waits for a sub-command that is still under way and drops what it throws.
   ~ThreadedMacroCommand() override;
 
-  /// One whole run. Rethrows what startExecution and continueExecution throw, once no sub-command
-  /// is under way any more.
+  /// One whole run. Sets the progress back to 0 first if it was finished or the run before failed; a
+  /// stop request made before the first run counts. Rethrows what startExecution and
+  /// continueExecution throw, once no sub-command is under way any more. Throws std::logic_error
+  /// while a run is under way.
   void execute() override;
 
   /// Starts a run; true unless a sub-command could not be started.
@@ -46,13 +52,17 @@ class TESSARIL_PLATFORM_EXPORT ThreadedMacroCommand : public MacroCommand {
   /// False once the run is to stop.
   virtual bool isRunning() const = 0;
 
-  /// Starts `command` on the manager (inline without one) and answers true. Throws CommandStopped,
-  /// and starts nothing, when isRunning() is false; throws std::logic_error while another
-  /// sub-command is under way. What the command itself throws is kept for finalizeSubCommand.
+  /// Calls prepareExecute, starts `command` on the manager (inline without one) and answers true.
+  /// Throws CommandStopped, and starts nothing, when isRunning() is false; throws std::logic_error
+  /// while another sub-command is under way, and for an empty `command`. What prepareExecute and
+  /// the manager throw passes on, and nothing is under way then. What the command itself throws, of
+  /// whatever type, is kept for finalizeSubCommand.
   bool executeSubCommand(std::shared_ptr<CommandBase> command,
                          std::shared_ptr<ThreadManager> threadManager);
-  /// False while `command` is under way. Afterwards true, or rethrows on this thread what the
-  /// command threw; either way the command is not under way any more.
+  /// False while `command` is under way. Afterwards finishes the command's progress, calls
+  /// finalizeExecute and answers true, or rethrows on this thread what the command threw; either
+  /// way the command is not under way any more. Answers true, and does nothing, for a command that
+  /// is not the one last started. Requires: called on the thread that called executeSubCommand.
   bool finalizeSubCommand(std::shared_ptr<CommandBase> command,
                           std::shared_ptr<ThreadManager> threadManager);
   /// True between a successful executeSubCommand and the finalizeSubCommand that ends it.
@@ -62,13 +72,23 @@ class TESSARIL_PLATFORM_EXPORT ThreadedMacroCommand : public MacroCommand {
   void sendFinishSignal(bool success) const;
 
  private:
+  enum class RunPhase { Idle, Going, Failed };
   struct SubCommandRun;
+
+  void beginRun();
+  void waitForSubCommand() const;
+  void abandonSubCommand() noexcept;
+  void requireReadyFor(const CommandBase* command) const;
+  void launch(std::shared_ptr<CommandBase> command, std::shared_ptr<ThreadManager> threadManager);
   void assertRunThread() const;
 
   std::shared_ptr<ThreadManager> executeThreadManager;
   std::shared_ptr<SubCommandRun> underWay;
   std::unique_ptr<Signals::Signal<void(bool)>> sigFinished;
+  /// The thread of the present or the last run.
   std::thread::id runThread;
+  /// Of the run by execute; Idle during a run that was started by hand.
+  RunPhase runPhase = RunPhase::Idle;
 };
 
 }  // namespace Tessaril

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "tessaril/Export.h"
+#include "tessaril/commands/ApplyModuleDataInterface.h"
+#include "tessaril/platform/command_pattern/MacroCommand.h"
+
+namespace Tessaril {
+
+/// A command that applies one module in several sub-commands.
+///
+/// The update messages go from one sub-command to the next, as they go from module to module in an
+/// update; the macro's own messages are those of its last sub-command that carries any. Each
+/// sub-command gets the macro's reference to the apply cache. Undo goes backwards through the
+/// sub-commands, or, in the custom undo order, in the two passes of an update: storage undos from
+/// last to first, then all others from first to last.
+class TESSARIL_APPLY_EXPORT ApplyMacroCmd : public MacroCommand, public ApplyModuleDataInterface {
+ public:
+  ApplyMacroCmd();
+  explicit ApplyMacroCmd(std::string commandDescription);
+  /// Moves the macro with its sub-commands, but copies messages and cache reference.
+  ApplyMacroCmd(ApplyMacroCmd&& other);
+  ApplyMacroCmd& operator=(ApplyMacroCmd&& other);
+  ~ApplyMacroCmd() override;
+
+  /// Undoes the sub-commands. When one of them fails in the custom undo order, the failure is
+  /// logged, those of the same pass that were undone are executed again, and the exception goes on.
+  /// After a failure in the second pass the storage undos of the first pass stay undone.
+  void undo() override;
+
+  /// False after construction.
+  void setUseCustomUndoOrder(bool custom);
+  bool getUseCustomUndoOrder() const;
+
+ protected:
+  /// Hands the sub-command a clone of this command's messages, and the cache.
+  void prepareExecute(std::shared_ptr<CommandBase> cmd) override;
+  /// Takes the sub-command's messages over.
+  void finalizeExecute(std::shared_ptr<CommandBase> cmd) override;
+
+ private:
+  bool useCustomUndoOrder = false;
+};
+
+}  // namespace Tessaril

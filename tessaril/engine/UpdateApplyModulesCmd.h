@@ -1,0 +1,173 @@
+#pragma once
+
+#include <exception>
+#include <memory>
+#include <queue>
+#include <unordered_set>
+
+#include "tessaril/Export.h"
+#include "tessaril/commands/ApplyUpdateInfo.h"
+#include "tessaril/platform/command_pattern/ThreadedMacroCommand.h"
+#include "tessaril/platform/parameterization/Path.h"
+
+namespace Tessaril {
+
+class ApplyCacheInterface;
+class ApplyModule;
+class LegacyProgress;
+class Object;
+struct UndoPasses;
+
+/// The command that brings a range of an apply graph up to date.
+///
+/// In graph order, from a start module to an end module, every module on the way to the end that
+/// needs a full apply becomes a sub-command, executed on the thread manager; one that only needs an
+/// auto apply is auto-applied at once; any other is told that its state may have changed. A module
+/// off the way to the end has its whole sub-graph auto-applied, once something has been applied.
+/// Before the first full apply of a run nothing is auto-applied or signalled. An optional horizon
+/// module further down makes the run go on behind the end: the sub-graphs of end's next modules are
+/// auto-applied, those modules on the way to the horizon in any case.
+///
+/// The command keeps modules as paths relative to the design object and looks them up anew for each
+/// run. It asks modules questions and sends notifications, but never changes a module's flags: the
+/// modules' commands do that.
+///
+/// A run: startExecution, then continueExecution for each report of the sub-command, on one thread,
+/// until no sub-command is under way. It ends by finishing the progress, telling the apply cache
+/// and announcing the end with true. A stopped run (cancelled, suppressed, or failed) announces
+/// false after the remaining modules have been auto-applied and signalled; one that was cancelled
+/// or suppressed then announces true as well. A second run starts from the queues and the last
+/// executed module that the run before it left.
+class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand {
+ public:
+  /// `horizon` may be null. Throws ObjectException when the object, start or end is missing, or
+  /// when a module is no Object of the object's parameter tree. Makes an apply command of the end
+  /// module for the sake of its description: "Update Design up to: %1".
+  UpdateApplyModulesCmd(std::shared_ptr<Object> object, std::shared_ptr<ApplyModule> start,
+                        std::shared_ptr<ApplyModule> end, std::shared_ptr<ApplyModule> horizon);
+  ~UpdateApplyModulesCmd() override;
+
+  /// Undoes the sub-commands of the last run: storage undos from last to first, then all others
+  /// from first to last. When one fails, the failure is logged, everything undone so far is
+  /// executed again and the exception goes on.
+  void undo() override;
+
+  /// Starts a run. True unless a sub-command could not be started. Throws ObjectException, naming
+  /// the path, when the start or end module cannot be found; what modules or auto applies throw
+  /// goes on to the caller; a failure to execute a sub-command goes to handleException().
+  bool startExecution(std::shared_ptr<ThreadManager> threadManager) override;
+  /// Goes on after a report of the sub-command. Does nothing while the sub-command is still
+  /// running.
+  bool continueExecution(std::shared_ptr<ThreadManager> threadManager) override;
+
+  /// The module at which the range ends; null before the first startExecution().
+  std::shared_ptr<ApplyModule> getEndModule() const;
+  /// The module of the last apply command issued, or the one at which the run was stopped; null
+  /// before that.
+  std::shared_ptr<ApplyModule> getLastExecutedApplyModule() const;
+  /// True from a handled failure until the next startExecution().
+  bool hasExceptionBeenThrown() const;
+
+  /// Hooks for derived commands, not asked by this class; false here.
+  virtual bool isApplyCommandMultiThreaded(std::shared_ptr<ApplyModule> module);
+  virtual bool isDesignSwitchEnabled();
+
+ protected:
+  /// False once a stop was requested of this command's progress.
+  bool isRunning() const override;
+
+  /// Called for each apply and auto apply command before it runs: hands it a clone of the run's
+  /// messages and a reference to the apply cache. A command without module data is left alone.
+  virtual void prepareApplyCommandAndModule(std::shared_ptr<CommandBase> cmd,
+                                            std::shared_ptr<ApplyModule> module);
+  /// Reports a failure of the current sub-command to the log and to the progress.
+  virtual void printLogMessage(std::exception& e);
+  /// True: the run stops at `module` instead of applying it. False here.
+  virtual bool isApplySuppressed(std::shared_ptr<ApplyModule> module) const;
+  /// True: the run is cancelled. Asked after each full apply with the module applied, and before
+  /// the first one with each module that is passed over. False here.
+  virtual bool shouldApplyChainBeCanceled(std::shared_ptr<ApplyModule> module) const;
+  /// Decides what a failure of a sub-command does to the run; see ExceptionPolicy. Where the
+  /// failure is passed on, it is as a std::exception with the same text.
+  virtual void handleException(std::exception& e);
+
+  /// True if `module` is on the way to the end, needs and allows a full apply, and the end has not
+  /// been reached.
+  bool needsFullApply(std::shared_ptr<ApplyModule> module) const;
+  /// Ends the full applies of the run; the remaining modules are auto-applied and signalled. With
+  /// `restoreQueues`, from the moment at which the last apply command was issued, the sub-graph of
+  /// its module included.
+  void stopApply(bool restoreQueues);
+  /// Replaces the cache that the commands of a run share; null for none.
+  void setApplyCache(std::shared_ptr<ApplyCacheInterface> cache);
+
+ private:
+  friend class ExceptionPolicy;
+
+  using ModulePtr = std::shared_ptr<ApplyModule>;
+  using ModuleSet = std::unordered_set<ModulePtr>;
+  using ModuleQueue = std::queue<ModulePtr>;
+  using CommandPtr = std::shared_ptr<CommandBase>;
+
+  // Range and scheduling
+  void resolveModules();
+  void initCollections();
+  bool isInDependencyCollection(ModulePtr module) const;
+  void addChildrenToQueue(const ModulePtr& module, ModuleQueue& queue);
+  void prepareNextModules(ModulePtr module);
+  CommandPtr updateAndGetNextApplyCommand();
+  void passOver(const ModulePtr& module);
+  CommandPtr issueApplyCommand(const ModulePtr& module);
+
+  // Lifecycle and progress
+  bool executeNextCommand(const std::shared_ptr<ThreadManager>& threadManager);
+  void finishExecution(bool success);
+  void connectProgress(LegacyProgress* subProgress, ModulePtr module);
+
+  // Auto apply and global messages
+  bool needsAutoApply(ModulePtr module) const;
+  void executeAutoApply(ModulePtr module, bool mayRunAlone);
+  void executeAutoApplyOnSubGraph(ModulePtr root);
+  void handleAutoApplySubGraphs();
+  void deliverGlobalMessages(ModulePtr module);
+
+  // Undo and failures
+  void undoStorageCommands();
+  void undoDependentCommands();
+  UndoPasses undoPasses();
+  void storeUpdateInfo(CommandPtr cmd);
+
+  static bool s_preserveStateAfterException;
+
+  /// The messages of the sub-commands that have finished in this run.
+  ApplyUpdateInfo updateInfo;
+  std::weak_ptr<Object> object;
+  Path startPath;
+  Path endPath;
+  /// Empty without a horizon module.
+  Path horizonPath;
+  ModulePtr startModule;
+  ModulePtr endModule;
+  ModulePtr horizonModule;
+  ModulePtr lastExecutedModule;
+  /// End, and its dependencies back to start.
+  ModuleSet dependencyCollection;
+  ModuleSet visitedModules;
+  /// Start, and its followers up to end.
+  ModuleSet successorCollection;
+  ModuleQueue moduleQueue;
+  /// Modules off the way to the end whose sub-graphs wait for their auto apply.
+  ModuleQueue subGraphQueue;
+  /// Both queues as they were when the last apply command was issued.
+  ModuleQueue savedModuleQueue;
+  ModuleQueue savedSubGraphQueue;
+  /// The first apply command of the run has been issued.
+  bool applyStarted = false;
+  /// The end has been handled or the run was stopped: nothing gets a full apply any more.
+  bool endReached = false;
+  CommandPtr currentCommand;
+  std::shared_ptr<ApplyCacheInterface> applyCache;
+  bool exceptionThrown = false;
+};
+
+}  // namespace Tessaril
