@@ -45,9 +45,9 @@ class TESSARIL_PLATFORM_EXPORT CommandBase {
   void setDescription(std::string text);
 
  private:
-  std::string description;
-  std::string logDescription;
-  std::unique_ptr<LegacyProgress> progress;
+  std::string descriptionText;
+  std::string logDescriptionText;
+  std::unique_ptr<LegacyProgress> ownProgress;
 };
 
 }  // namespace Tessaril

@@ -13,9 +13,9 @@ namespace Tessaril {
 ///
 /// execute: for each sub-command prepareExecute, executeCommand, finalizeExecute; when one of these
 /// throws, the sub-commands executed so far (with the one whose finalizeExecute threw) are undone
-/// backwards and the exception goes on. undo: undoCommand from last to first; when one throws, those
-/// already undone are executed again forwards, without the hooks, and the exception goes on. redo:
-/// each sub-command's redo in list order; when one throws, those already redone are undone
+/// backwards and the exception goes on. undo: undoCommand from last to first; when one throws,
+/// those already undone are executed again forwards, without the hooks, and the exception goes on.
+/// redo: each sub-command's redo in list order; when one throws, those already redone are undone
 /// backwards. A step of such a roll-back that throws ends the roll-back and is logged at error
 /// level; the first exception is the one that goes on.
 ///
@@ -78,10 +78,10 @@ class TESSARIL_PLATFORM_EXPORT MacroCommand : public CommandBase {
   void runFitted(CommandBase& command, void (CommandBase::*operation)());
   int progressMarkAfter(const CommandBase& command) const;
 
-  std::vector<std::shared_ptr<CommandBase>> commands;
+  std::vector<std::shared_ptr<CommandBase>> subCommands;
   LegacyProgress::Speed preparedSpeed;
-  /// How many sub-commands have run since prepareProgress or resetPosition.
-  std::size_t position = 0;
+  /// How many sub-commands have been started since prepareProgress or resetPosition.
+  std::size_t startedSteps = 0;
 };
 
 }  // namespace Tessaril

@@ -29,8 +29,8 @@ class TESSARIL_PLATFORM_EXPORT ThreadedMacroCommand : public MacroCommand {
   /// Waits for a sub-command that is still under way and drops what it throws.
   ~ThreadedMacroCommand() override;
 
-  /// One whole run. Sets the progress back to 0 first if it was finished or the run before failed; a
-  /// stop request made before the first run counts. Rethrows what startExecution and
+  /// One whole run. Sets the progress back to 0 first if it was finished or the run before failed;
+  /// a stop request made before the first run counts. Rethrows what startExecution and
   /// continueExecution throw, once no sub-command is under way any more. Throws std::logic_error
   /// while a run is under way.
   void execute() override;

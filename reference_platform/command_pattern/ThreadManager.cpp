@@ -1,0 +1,7 @@
+#include "tessaril/platform/command_pattern/ThreadManager.h"
+
+namespace Tessaril {
+
+ThreadManager::~ThreadManager() = default;
+
+}  // namespace Tessaril
