@@ -1,0 +1,120 @@
+#include "tests/support/PrivateLinks.h"
+
+#include <utility>
+
+namespace Tessaril::TestSupport::PrivateLinks {
+
+namespace {
+
+// Access rights are not checked for the arguments of an explicit template instantiation. Each one
+// below therefore may name a private member, and defines the friend function that hands it out.
+template <typename Tag, typename Tag::Member kMember>
+struct Grant {
+  friend typename Tag::Member memberOf(Tag /*tag*/) { return kMember; }
+};
+
+using Edit = void (ApplyModule::*)(ModulePtr);
+using Replacement = bool (ApplyModule::*)(ModulePtr, ModulePtr);
+
+struct AddNext {
+  using Member = Edit;
+  friend Member memberOf(AddNext);
+};
+struct AddPrevious {
+  using Member = Edit;
+  friend Member memberOf(AddPrevious);
+};
+struct RemoveNext {
+  using Member = Edit;
+  friend Member memberOf(RemoveNext);
+};
+struct RemovePrevious {
+  using Member = Edit;
+  friend Member memberOf(RemovePrevious);
+};
+struct ReplaceNext {
+  using Member = Replacement;
+  friend Member memberOf(ReplaceNext);
+};
+struct ReplacePrevious {
+  using Member = Replacement;
+  friend Member memberOf(ReplacePrevious);
+};
+struct SetStartOfSideChain {
+  using Member = void (ApplyModule::*)(bool);
+  friend Member memberOf(SetStartOfSideChain);
+};
+struct NextList {
+  using Member = Links ApplyModule::*;
+  friend Member memberOf(NextList);
+};
+struct PreviousList {
+  using Member = Links ApplyModule::*;
+  friend Member memberOf(PreviousList);
+};
+struct InsertInfo {
+  using Member = ApplyModuleInsertInfo ApplyModule::*;
+  friend Member memberOf(InsertInfo);
+};
+struct SpeedRate {
+  using Member = LegacyProgress::Speed::Rate ApplyModule::*;
+  friend Member memberOf(SpeedRate);
+};
+
+template struct Grant<AddNext, &ApplyModule::addNextApplyModule>;
+template struct Grant<AddPrevious, &ApplyModule::addPreviousApplyModule>;
+template struct Grant<RemoveNext, &ApplyModule::removeNextApplyModule>;
+template struct Grant<RemovePrevious, &ApplyModule::removePreviousApplyModule>;
+template struct Grant<ReplaceNext, &ApplyModule::replaceNextApplyModule>;
+template struct Grant<ReplacePrevious, &ApplyModule::replacePreviousApplyModule>;
+template struct Grant<SetStartOfSideChain, &ApplyModule::setStartOfSideChain>;
+template struct Grant<NextList, &ApplyModule::nextApplyModules>;
+template struct Grant<PreviousList, &ApplyModule::previousApplyModules>;
+template struct Grant<InsertInfo, &ApplyModule::insertInfo>;
+template struct Grant<SpeedRate, &ApplyModule::speedRate>;
+
+}  // namespace
+
+void addNext(ApplyModule& module, ModulePtr next) {
+  (module.*memberOf(AddNext{}))(std::move(next));
+}
+
+void addPrevious(ApplyModule& module, ModulePtr previous) {
+  (module.*memberOf(AddPrevious{}))(std::move(previous));
+}
+
+void removeNext(ApplyModule& module, ModulePtr next) {
+  (module.*memberOf(RemoveNext{}))(std::move(next));
+}
+
+void removePrevious(ApplyModule& module, ModulePtr previous) {
+  (module.*memberOf(RemovePrevious{}))(std::move(previous));
+}
+
+bool replaceNext(ApplyModule& module, ModulePtr oldNext, ModulePtr newNext) {
+  return (module.*memberOf(ReplaceNext{}))(std::move(oldNext), std::move(newNext));
+}
+
+bool replacePrevious(ApplyModule& module, ModulePtr oldPrevious, ModulePtr newPrevious) {
+  return (module.*memberOf(ReplacePrevious{}))(std::move(oldPrevious), std::move(newPrevious));
+}
+
+void setStartOfSideChain(ApplyModule& module, bool start) {
+  (module.*memberOf(SetStartOfSideChain{}))(start);
+}
+
+Links& nextList(ApplyModule& module) { return module.*memberOf(NextList{}); }
+
+Links& previousList(ApplyModule& module) { return module.*memberOf(PreviousList{}); }
+
+ApplyModuleInsertInfo& insertInfo(ApplyModule& module) { return module.*memberOf(InsertInfo{}); }
+
+const ApplyModuleInsertInfo& insertInfo(const ApplyModule& module) {
+  return module.*memberOf(InsertInfo{});
+}
+
+void setSpeedRate(ApplyModule& module, LegacyProgress::Speed::Rate rate) {
+  module.*memberOf(SpeedRate{}) = rate;
+}
+
+}  // namespace Tessaril::TestSupport::PrivateLinks

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "tessaril/module/ApplyModule.h"
+
+/// The private part of ApplyModule, for tests of single link edits and for graphs that no edit
+/// would build (one-sided links, duplicates, links of a module with itself).
+namespace Tessaril::TestSupport::PrivateLinks {
+
+using Links = std::vector<std::weak_ptr<ApplyModule>>;
+using ModulePtr = std::shared_ptr<ApplyModule>;
+
+// The module's own edits: they filter what they are given and call onApplyGraphChanged().
+
+void addNext(ApplyModule& module, ModulePtr next);
+void addPrevious(ApplyModule& module, ModulePtr previous);
+void removeNext(ApplyModule& module, ModulePtr next);
+void removePrevious(ApplyModule& module, ModulePtr previous);
+bool replaceNext(ApplyModule& module, ModulePtr oldNext, ModulePtr newNext);
+bool replacePrevious(ApplyModule& module, ModulePtr oldPrevious, ModulePtr newPrevious);
+void setStartOfSideChain(ApplyModule& module, bool start);
+
+// The fields themselves: nothing is filtered, no hook is called.
+
+Links& nextList(ApplyModule& module);
+Links& previousList(ApplyModule& module);
+ApplyModuleInsertInfo& insertInfo(ApplyModule& module);
+const ApplyModuleInsertInfo& insertInfo(const ApplyModule& module);
+void setSpeedRate(ApplyModule& module, LegacyProgress::Speed::Rate rate);
+
+}  // namespace Tessaril::TestSupport::PrivateLinks
