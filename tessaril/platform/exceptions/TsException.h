@@ -27,8 +27,8 @@ class TESSARIL_PLATFORM_EXPORT TsException : public std::exception {
 
  private:
   /// Shared, so that copying cannot throw; never empty.
-  std::shared_ptr<const std::string> message;
-  std::source_location location;
+  std::shared_ptr<const std::string> messageText;
+  std::source_location thrownAt;
 };
 
 }  // namespace Tessaril

@@ -13,13 +13,15 @@ namespace Tessaril {
 /// Absolute paths start at the root, whose own name is left out, and print as "/a/b" (the root
 /// itself as "/"). Relative paths start at some object and print as "a/b"; ".." climbs to the
 /// parent and "." is the object itself. The empty path, which default construction gives, leads
-/// nowhere: it differs from ".".
+/// nowhere: it differs from ".". Two slashes in a row count as one, a slash at the end and the name
+/// "." between others count for nothing; ".." is kept.
 class TESSARIL_PLATFORM_EXPORT Path {
  public:
   Path();
   /// Reads the text form; the empty text gives the empty path.
   explicit Path(std::string_view text);
 
+  /// Requires, here and below: names hold no '/'.
   static Path absolute(std::vector<std::string> names);
   /// An empty list of names gives the path ".".
   static Path relative(std::vector<std::string> names);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <list>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -10,31 +11,41 @@
 
 namespace Tessaril::Signals {
 
-/// Where a new connection joins the order in which slots are called.
+/// Where a new connection joins the order in which slots are called. Of several that joined at the
+/// front, the latest is called first.
 enum class ConnectPosition { AtBack = 0, AtFront = 1 };
 
 namespace Detail {
 
-class SlotList;
+class SlotListState;
 
 /// One connected slot, shared by the signal's list and by the connections to it.
 class TESSARIL_PLATFORM_EXPORT SlotEntry {
  public:
-  SlotEntry() = default;
+  SlotEntry();
   SlotEntry(const SlotEntry&) = delete;
   SlotEntry& operator=(const SlotEntry&) = delete;
   virtual ~SlotEntry();
 
+  void disconnect() noexcept;
+  bool isConnected() const noexcept;
+
  private:
-  friend class SlotList;
-  bool connected = false;
+  friend class SlotListState;
+  /// The list that calls this slot; empty once disconnected.
+  std::weak_ptr<SlotListState> list;
+  std::list<std::shared_ptr<SlotEntry>>::iterator place;
+  /// Counts the connections of the list, so that an emission knows the slots younger than itself.
   std::size_t birth = 0;
 };
 
 /// The connected slots of one signal, without their types. Part of the signal; not used directly.
+///
+/// Takes no memory of its own before the first connect: most signals of a large design are never
+/// connected.
 class TESSARIL_PLATFORM_EXPORT SlotList {
  public:
-  SlotList();
+  SlotList() noexcept;
   SlotList(const SlotList&) = delete;
   SlotList& operator=(const SlotList&) = delete;
   /// Disconnects every slot, also while an emission is running.
@@ -45,12 +56,9 @@ class TESSARIL_PLATFORM_EXPORT SlotList {
   void emit(const std::function<void(SlotEntry&)>& call) const;
   std::size_t size() const noexcept;
 
-  static void disconnect(SlotEntry& entry) noexcept;
-  static bool isConnected(const SlotEntry& entry) noexcept;
-
  private:
-  struct State;
-  std::shared_ptr<State> state;
+  /// Empty until the first connect.
+  mutable std::shared_ptr<SlotListState> state;
 };
 
 }  // namespace Detail
@@ -114,10 +122,13 @@ class Signal;
 
 /// A list of slots that are called, in connection order, on the thread that emits.
 ///
-/// A host guarantees: connecting during an emission is heard from the next emission on;
-/// disconnecting during an emission takes effect at once; destroying the signal from one of its own
-/// slots is allowed and ends the emission; a slot that throws ends the emission and the exception
-/// reaches the emitter. A signal is not copied and takes no lock: one thread at a time.
+/// A host guarantees: connecting during an emission is heard from the next emission on, a nested
+/// one included; disconnecting during an emission takes effect at once; destroying the signal from
+/// one of its own slots is allowed and ends the emission; a slot that throws ends the emission and
+/// the exception reaches the emitter; what a slot holds is released when it is disconnected, at the
+/// latest when the emissions that are running have ended. Destroying the signal disconnects all.
+/// A signal is not copied and takes no lock: one thread at a time. Connecting and disconnecting
+/// take constant time, and a signal that was never connected allocates nothing.
 template <typename... Args>
 class Signal<void(Args...)> {
  public:
@@ -136,7 +147,8 @@ class Signal<void(Args...)> {
   }
 
   void emit(Args... args) const {
-    slots.emit([&](Detail::SlotEntry& entry) { static_cast<Entry&>(entry).slot(args...); });
+    const auto call = [&](Detail::SlotEntry& entry) { static_cast<Entry&>(entry).slot(args...); };
+    slots.emit(std::cref(call));
   }
   void operator()(Args... args) const { emit(args...); }
 

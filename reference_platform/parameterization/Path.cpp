@@ -1,0 +1,62 @@
+#include "tessaril/platform/parameterization/Path.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Tessaril {
+namespace {
+
+constexpr char kSeparator = '/';
+
+std::vector<std::string> splitNames(std::string_view text) {
+  std::vector<std::string> names;
+  while (!text.empty()) {
+    const std::size_t length = std::min(text.find(kSeparator), text.size());
+    names.emplace_back(text.substr(0, length));
+    text.remove_prefix(std::min(length + 1, text.size()));
+  }
+  return names;
+}
+
+}  // namespace
+
+Path::Path() = default;
+
+Path::Path(std::string_view text) {
+  if (!text.empty()) {
+    *this = Path(text.front() == kSeparator ? Kind::Absolute : Kind::Relative, splitNames(text));
+  }
+}
+
+Path::Path(Kind pathKind, std::vector<std::string> pathNames)
+    : kind(pathKind), names(std::move(pathNames)) {
+  std::erase_if(names, [](const std::string& name) { return name.empty() || name == "."; });
+}
+
+Path Path::absolute(std::vector<std::string> names) {
+  return Path(Kind::Absolute, std::move(names));
+}
+
+Path Path::relative(std::vector<std::string> names) {
+  return Path(Kind::Relative, std::move(names));
+}
+
+bool Path::isEmpty() const noexcept { return kind == Kind::Empty; }
+bool Path::isAbsolute() const noexcept { return kind == Kind::Absolute; }
+const std::vector<std::string>& Path::getNames() const noexcept { return names; }
+
+std::string Path::toString() const {
+  if (kind == Kind::Relative && names.empty()) {
+    return ".";
+  }
+  std::string text(kind == Kind::Absolute ? 1 : 0, kSeparator);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (i > 0) {
+      text += kSeparator;
+    }
+    text += names[i];
+  }
+  return text;
+}
+
+}  // namespace Tessaril
