@@ -15,8 +15,8 @@ namespace Tessaril::ReferencePlatform {
 ///
 /// Relies on the laws of commands: an operation that throws has changed nothing, so the history
 /// stays as it was and the exception goes on. While one of its commands is running the history
-/// refuses to run another: execute, add, undo, redo and clear then throw std::logic_error. One
-/// thread at a time.
+/// refuses to be changed: execute, add, undo, redo, clear and setLimit then throw std::logic_error.
+/// One thread at a time.
 class TESSARIL_PLATFORM_EXPORT CommandHistory {
  public:
   static constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();

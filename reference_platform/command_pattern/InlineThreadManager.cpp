@@ -21,15 +21,14 @@ void InlineThreadManager::waitUntil(const std::function<bool()>& done) {
   std::unique_lock lock(mutex);
   while (true) {
     const std::size_t seen = endedJobs;
-    const bool mayChange = runningJobs > 0;
     lock.unlock();
     if (done()) {
       return;
     }
-    if (!mayChange) {
+    lock.lock();
+    if (endedJobs == seen && runningJobs == 0) {
       throw std::logic_error("No job is running that could end the wait");
     }
-    lock.lock();
     jobEnded.wait(lock, [&] { return endedJobs != seen; });
   }
 }

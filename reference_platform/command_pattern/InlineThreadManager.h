@@ -14,7 +14,7 @@ namespace Tessaril::ReferencePlatform {
 class TESSARIL_PLATFORM_EXPORT InlineThreadManager : public ThreadManager {
  public:
   void start(std::function<void()> job) override;
-  /// Throws std::logic_error where no job runs on another thread that could still make `done` true.
+  /// Throws std::logic_error when `done` is false and no job is running that could still change it.
   void waitUntil(const std::function<bool()>& done) override;
 
  private:

@@ -1,11 +1,10 @@
-#include "tessaril/platform/command_pattern/CommandBase.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <type_traits>
 #include <utility>
 
+#include "tessaril/platform/command_pattern/CommandBase.h"
 #include "tessaril/platform/command_pattern/CommandStopped.h"
 
 namespace Tessaril {

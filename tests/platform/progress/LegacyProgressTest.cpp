@@ -1,5 +1,3 @@
-#include "tessaril/platform/progress/LegacyProgress.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,6 +9,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "tessaril/platform/progress/LegacyProgress.h"
 
 namespace Tessaril {
 namespace {
@@ -481,8 +481,7 @@ TEST(ProgressSignalTest, ADisconnectedSlotIsNotCalledNotEvenByTheRunningEmission
   LegacyProgress progress;
   int calls = 0;
   Signals::Connection later;
-  const Signals::ScopedConnection first =
-      progress.connectToSigChanged([&] { later.disconnect(); });
+  const Signals::ScopedConnection first = progress.connectToSigChanged([&] { later.disconnect(); });
   later = progress.connectToSigChanged([&] { ++calls; });
   EXPECT_TRUE(later.isConnected());
   progress.setValue(10.0);
@@ -638,8 +637,8 @@ int partitionOf(const std::vector<Speed::Rate>& added, Speed::Rate rate) {
 TEST(SpeedTest, TheNormalRateIsThree) { EXPECT_EQ(static_cast<int>(Speed::Normal), 3); }
 
 TEST(SpeedTest, ModulesOfEqualRateShareEquallyRoundedDown) {
-  for (const auto rate : {Speed::VeryFast, Speed::Fast, Speed::Normal, Speed::Slow,
-                          Speed::VerySlow}) {
+  for (const auto rate :
+       {Speed::VeryFast, Speed::Fast, Speed::Normal, Speed::Slow, Speed::VerySlow}) {
     EXPECT_EQ(partitionOf({rate}, rate), 100);
     EXPECT_EQ(partitionOf({rate, rate}, rate), 50);
     EXPECT_EQ(partitionOf({rate, rate, rate}, rate), 33);
