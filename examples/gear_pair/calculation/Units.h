@@ -22,9 +22,6 @@ std::string unitSign(Quantity quantity, UnitSystem system);
 /// A metric number (in the units of UnitSystem::kMetric) in the units of the system.
 double inUnits(double metricValue, Quantity quantity, UnitSystem system);
 
-/// A number with a fixed number of decimals and a decimal point; never "-0.00".
-std::string fixedText(double value, int decimals);
-
 /// A metric number in the units of the system, with the usual number of decimals and the unit's
 /// sign.
 std::string quantityText(double metricValue, Quantity quantity, UnitSystem system);
