@@ -251,7 +251,7 @@ const ValueSpec& specNamed(std::string_view name) {
   const auto found = std::find_if(specs.begin(), specs.end(),
                                   [name](const ValueSpec& spec) { return spec.name == name; });
   if (found == specs.end()) {
-    throw InputError("unknown value " + quoted(name) + "; " + suggestion(name, valueNames()));
+    throw InputError("unknown value " + inQuotes(name) + "; " + suggestion(name, valueNames()));
   }
   return *found;
 }
@@ -265,7 +265,7 @@ struct Assignment {
 Assignment splitAssignment(std::string_view text) {
   const std::size_t equals = text.find('=');
   if (equals == std::string_view::npos) {
-    throw InputError(quoted(text) + " has no '='; write it as in " +
+    throw InputError(inQuotes(text) + " has no '='; write it as in " +
                      exampleLine(valueSpecs().front()));
   }
   const Assignment assignment{trimmed(text.substr(0, equals)), trimmed(text.substr(equals + 1))};
@@ -283,7 +283,7 @@ std::pair<std::string_view, std::string_view> splitWord(std::string_view text) {
 
 void refuseRest(const ValueSpec& spec, std::string_view rest) {
   if (!rest.empty()) {
-    throw InputError(quoted(rest) + " follows the value of " + spec.name + "; write only " +
+    throw InputError(inQuotes(rest) + " follows the value of " + spec.name + "; write only " +
                      exampleLine(spec));
   }
 }
@@ -293,7 +293,7 @@ void refuseRest(const ValueSpec& spec, std::string_view rest) {
   const std::string advice = word.find(',') == std::string_view::npos
                                  ? "write for example "
                                  : "write it with a decimal point, as in ";
-  throw InputError(quoted(word) + " is not a number; " + advice + exampleLine(spec));
+  throw InputError(inQuotes(word) + " is not a number; " + advice + exampleLine(spec));
 }
 
 [[noreturn]] void refuseRange(const ValueSpec& spec, std::string_view given) {
@@ -326,7 +326,7 @@ LeadingNumber readLeadingNumber(const ValueSpec& spec, std::string_view text) {
 
 double unitFactor(const ValueSpec& spec, std::string_view sign) {
   if (spec.units.empty()) {
-    throw InputError(spec.name + " is a number without a unit, not in " + quoted(sign) +
+    throw InputError(spec.name + " is a number without a unit, not in " + inQuotes(sign) +
                      "; write for example " + exampleLine(spec));
   }
   for (const Unit& unit : spec.units) {
@@ -334,7 +334,7 @@ double unitFactor(const ValueSpec& spec, std::string_view sign) {
       return unit.factor;
     }
   }
-  throw InputError(spec.name + " cannot be given in " + quoted(sign) + "; use " +
+  throw InputError(spec.name + " cannot be given in " + inQuotes(sign) + "; use " +
                    enumerated(unitSigns(spec), "or"));
 }
 
@@ -364,7 +364,8 @@ std::string readMaterial(const ValueSpec& spec, std::string_view text) {
   refuseRest(spec, rest);
   const Material* material = findMaterial(word);
   if (material == nullptr) {
-    throw InputError("unknown material " + quoted(word) + "; " + suggestion(word, materialNames()));
+    throw InputError("unknown material " + inQuotes(word) + "; " +
+                     suggestion(word, materialNames()));
   }
   return material->name;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <string_view>
 
 #include "examples/gear_pair/calculation/Involute.h"
 #include "examples/gear_pair/calculation/TextTools.h"
@@ -94,7 +95,7 @@ struct MemberInput {
   int teeth;
   double shift;
   double bore;
-  const std::string& material;
+  std::string_view material;
 };
 
 GearData deriveGear(const DesignInput& input, const Requirements& requirements,
@@ -116,7 +117,7 @@ GearData deriveGear(const DesignInput& input, const Requirements& requirements,
   const Material* material = findMaterial(own.material);
   if (material == nullptr) {
     throw DesignError("The material of the " + memberName(own.member) + ", " +
-                      quoted(own.material) + ", is not a known steel; choose one of the list.");
+                      inQuotes(own.material) + ", is not a known steel; choose one of the list.");
   }
   gear.material = *material;
   return gear;

@@ -55,7 +55,7 @@ std::string excerpt(std::string_view text) {
   return text.size() > kMaxBytes ? result + "..." : result;
 }
 
-std::string quoted(std::string_view text) { return "'" + excerpt(text) + "'"; }
+std::string inQuotes(std::string_view text) { return "'" + excerpt(text) + "'"; }
 
 std::string enumerated(const std::vector<std::string>& words, std::string_view conjunction) {
   std::string result;

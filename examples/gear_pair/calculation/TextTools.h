@@ -13,7 +13,7 @@ std::string_view trimmed(std::string_view text);
 std::string excerpt(std::string_view text);
 
 /// The excerpt between single quotes.
-std::string quoted(std::string_view text);
+std::string inQuotes(std::string_view text);
 
 /// "a", "a and b", "a, b and c" with the last conjunction given.
 std::string enumerated(const std::vector<std::string>& words, std::string_view conjunction);
