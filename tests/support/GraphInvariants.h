@@ -29,7 +29,7 @@ std::vector<std::string> linkViolations(const TestGraph& graph);
 ///   "S is in side mode but not flagged"           although its chain begins with it
 ///   "M is in merge mode but has 1 previous"       or 0
 ///   "M has 2 previous but is not in merge mode"
-///   "M merges main+wheel but follows main+cutter"
+///   "M merges main+wheel but follows cutter+main"
 std::vector<std::string> chainViolations(const TestGraph& graph);
 
 }  // namespace Tessaril::TestSupport
