@@ -14,7 +14,7 @@ namespace Tessaril {
 std::shared_ptr<MacroCommand> MessageCmdFactory::createUpdateMessageCommands(
     std::shared_ptr<Object> object, std::shared_ptr<ApplyUpdateMessage> message,
     std::shared_ptr<ApplyModule> first, std::shared_ptr<ApplyModule> second) {
-  const std::shared_ptr<MacroCommand> macro(new MacroCommand());
+  auto macro = std::make_shared<MacroCommand>();
   addUpdateMessageCommands(object, message, *macro, first, second);
   return macro;
 }
@@ -40,7 +40,7 @@ void MessageCmdFactory::addUpdateMessageCommands(std::shared_ptr<Object> object,
 std::shared_ptr<MacroCommand> MessageCmdFactory::createAndExecuteUpdateMessageCommands(
     std::shared_ptr<Object> object, std::shared_ptr<ApplyUpdateMessage> message,
     std::shared_ptr<ApplyModule> first, std::shared_ptr<ApplyModule> second) {
-  const auto macro = std::make_shared<ApplyMacroCmd>();
+  auto macro = std::make_shared<ApplyMacroCmd>();
   macro->setUseCustomUndoOrder(true);
   const auto executeCommandOf = [&](const std::shared_ptr<ApplyModule>& module, bool /*outside*/) {
     const auto command = module->createMessageHandlingCmd(object, message->clone(), false);

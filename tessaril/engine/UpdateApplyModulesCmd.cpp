@@ -354,7 +354,7 @@ UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::issueApplyCommand(
     stopApply(true);
     return nullptr;
   }
-  const CommandPtr command = module->createApplyCommand(object.lock());
+  CommandPtr command = module->createApplyCommand(object.lock());
   if (command != nullptr) {
     prepareApplyCommandAndModule(command, module);
     connectProgress(command->getProgressPtr(), module);

@@ -6,10 +6,6 @@ namespace Tessaril {
 
 ModuleStateStorage::ModuleStateStorage() = default;
 ModuleStateStorage::ModuleStateStorage(const ModuleState& state) { storeStates(state); }
-ModuleStateStorage::ModuleStateStorage(const ModuleStateStorage&) = default;
-ModuleStateStorage& ModuleStateStorage::operator=(const ModuleStateStorage&) = default;
-ModuleStateStorage& ModuleStateStorage::operator=(ModuleStateStorage&&) noexcept = default;
-ModuleStateStorage::~ModuleStateStorage() = default;
 
 void ModuleStateStorage::storeStates(const ModuleState& state) {
   active = state.isActive();

@@ -13,10 +13,6 @@ class TESSARIL_APPLY_EXPORT ModuleStateStorage {
   ModuleStateStorage();
   /// The same as storeStates(state).
   explicit ModuleStateStorage(const ModuleState& state);
-  ModuleStateStorage(const ModuleStateStorage&);
-  ModuleStateStorage& operator=(const ModuleStateStorage&);
-  ModuleStateStorage& operator=(ModuleStateStorage&&) noexcept;
-  ~ModuleStateStorage();
 
   /// Keeps what the module answers; an overridden getter is honoured.
   void storeStates(const ModuleState& state);
