@@ -18,7 +18,8 @@ struct CutterRack {
   double pitch = 0.0;
   /// Height of the cutter's teeth above the datum line: the gear's dedendum.
   double addendum = 0.0;
-  /// Depth of the cutter's spaces below the datum line: the gear's addendum and a clearance.
+  /// Depth of the cutter's spaces below the datum line: deep enough to clear the gear's addendum,
+  /// as the cutter does not machine the tip circle.
   double dedendum = 0.0;
   /// Rounding of the tooth tips.
   double tipRadius = 0.0;
@@ -26,7 +27,8 @@ struct CutterRack {
   double tipFlat = 0.0;
   /// Width of a tooth on the datum line.
   double toothThickness = 0.0;
-  /// Three teeth and the body below as a closed polyline, counterclockwise.
+  /// Three teeth and the body below as a closed polyline, counterclockwise, symmetric about the y
+  /// axis.
   Polyline profile;
 
   bool operator==(const CutterRack&) const = default;

@@ -7,7 +7,6 @@
 #include <iterator>
 #include <map>
 #include <numbers>
-#include <optional>
 #include <system_error>
 #include <variant>
 
@@ -111,7 +110,7 @@ std::vector<ValueSpec> makeValueSpecs() {
        kMandatory,
        "42CrMo4",
        "material of the wheel"},
-      {"torque", &D::torque, torqueUnits(), 0.001, 1e6, kMandatory, "100",
+      {"torque", &D::torque, torqueUnits(), 0.001, 1000000, kMandatory, "100",
        "nominal torque on the pinion"},
       {"speed", &D::speed, speedUnits(), 0.01, 60000, kMandatory, "1450", "speed of the pinion"},
       {"application_factor",
@@ -167,8 +166,6 @@ const std::vector<ValueSpec>& valueSpecs() {
 }
 
 bool isName(const ValueSpec& spec) { return std::holds_alternative<NameMember>(spec.member); }
-
-bool isCount(const ValueSpec& spec) { return std::holds_alternative<CountMember>(spec.member); }
 
 std::string withUnit(const ValueSpec& spec, const std::string& number) {
   return spec.units.empty() ? number : number + " " + spec.units.front().sign;

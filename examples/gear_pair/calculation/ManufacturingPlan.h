@@ -21,9 +21,11 @@ struct GearPlan {
   double tipDiameter = 0.0;
   double faceWidth = 0.0;
   double boreDiameter = 0.0;
+  /// Distance of the cutter's datum line from the reference circle; positive away from the axis.
+  double cutterShift = 0.0;
   /// Radial depth of the cut below the tip circle.
   double toothDepth = 0.0;
-  /// Span measurement W_k over a number k of teeth.
+  /// Span measurement W_k over a number k of teeth; both 0 if no span touches involutes.
   int spanTeeth = 0;
   double spanMeasurement = 0.0;
   /// Diameter of a measuring pin, and the dimension over two such pins in opposite spaces.

@@ -81,6 +81,13 @@ struct Strength {
 Strength computeStrength(const Requirements& requirements, const ToothForm& pinion,
                          const ToothForm& wheel, const Mesh& mesh);
 
+/// Zone factor Z_H of ISO 6336-2 for spur gears: sqrt(2 cos(working pressure angle) /
+/// (cos²(pressure angle) sin(working pressure angle))).
+double zoneFactor(const Requirements& requirements);
+
+/// Elasticity factor Z_E of ISO 6336-2, sqrt(N/mm²).
+double elasticityFactor(const Material& pinion, const Material& wheel);
+
 /// One sentence: whether the pair reaches the required safety, and if not, what would help.
 std::string strengthVerdict(const Strength& strength);
 

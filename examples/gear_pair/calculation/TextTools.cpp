@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <numeric>
 
@@ -83,8 +84,11 @@ std::string nearestWord(std::string_view word, const std::vector<std::string>& w
 }
 
 std::string numberText(double value) {
+  const double size = std::abs(value);
+  const bool isHandy = value == 0.0 || (size >= 1e-5 && size < 1e15);
+  const auto format = isHandy ? std::chars_format::fixed : std::chars_format::scientific;
   std::array<char, 64> buffer{};
-  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr;
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, format).ptr;
   return {buffer.data(), end};
 }
 

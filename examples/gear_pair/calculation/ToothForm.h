@@ -74,4 +74,7 @@ double undercutLimitTeeth(const BasicRack& rack, double profileShift);
 /// straight depth / module - teeth sin²(pressure angle) / 2.
 double undercutLimitShift(const BasicRack& rack, int teeth);
 
+/// Depth in mm of the keyway in a bore of that diameter, about that of parallel keys.
+double keywayDepth(double boreDiameter);
+
 }  // namespace GearPair

@@ -22,6 +22,9 @@ std::string unitSign(Quantity quantity, UnitSystem system);
 /// A metric number (in the units of UnitSystem::kMetric) in the units of the system.
 double inUnits(double metricValue, Quantity quantity, UnitSystem system);
 
+/// A metric number in the units of the system, with the usual number of decimals, without the sign.
+std::string quantityNumber(double metricValue, Quantity quantity, UnitSystem system);
+
 /// A metric number in the units of the system, with the usual number of decimals and the unit's
 /// sign.
 std::string quantityText(double metricValue, Quantity quantity, UnitSystem system);
