@@ -256,7 +256,7 @@ class LegacyProgress::State : public std::enable_shared_from_this<State> {
 
   std::shared_ptr<const Stretch> replaceInner(int upTo, int repetitions) {
     const std::lock_guard lock(mutex);
-    const double end = std::max(value, std::min(static_cast<double>(upTo), kWhole));
+    const double end = std::min(static_cast<double>(upTo), kWhole);
     inner = std::make_shared<const Stretch>(
         Stretch{weak_from_this(), value, end, std::max(1, repetitions)});
     return inner;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tessaril/platform/command_pattern/ThreadManager.h"
@@ -134,6 +135,17 @@ TEST_P(ThreadManagerTest, WhatAJobOwnsIsGoneWhenItsEndIsAnnounced) {
   manager->start([&, owned = std::move(owned)] { ended += *owned; });
   manager->waitUntil([&] { return ended == 1 && watched.expired(); });
   EXPECT_TRUE(watched.expired());
+}
+
+TEST_P(ThreadManagerTest, WhatAJobOwnsMayUseTheManagerWhileItGoes) {
+  std::atomic<bool> ended{false};
+  std::shared_ptr<int> owned(new int(1), [&](const int* value) {
+    delete value;
+    manager->start([&] { ended = true; });
+  });
+  manager->start([owned = std::move(owned)] {});
+  manager->waitUntil([&] { return ended.load(); });
+  EXPECT_TRUE(ended);
 }
 
 }  // namespace

@@ -210,9 +210,24 @@ TEST(SubProgressTest, FinishCountsEvenIfTheValueStoodAtHundredWhenAttached) {
   LegacyProgress whole;
   LegacyProgress part;
   part.finish();
-  whole.setSubProgress(&part, 80, 1);
+  whole.setSubProgress(&part, 80, 2);
   part.finish();
-  EXPECT_EQ(whole.getValue(), 80.0);
+  EXPECT_EQ(whole.getValue(), 40.0);
+  part.reset();
+  part.setValue(50.0);
+  EXPECT_EQ(whole.getValue(), 60.0);
+}
+
+TEST(SubProgressTest, AttachingAgainCountsRepetitionsAnew) {
+  LegacyProgress whole;
+  LegacyProgress part;
+  whole.setSubProgress(&part, 40, 2);
+  part.finish();
+  part.reset();
+  EXPECT_EQ(whole.getValue(), 20.0);
+  whole.setSubProgress(&part, 80, 2);
+  part.setValue(50.0);
+  EXPECT_EQ(whole.getValue(), 35.0);
 }
 
 TEST(SubProgressTest, LessThanOneRepetitionCountsAsOne) {
@@ -522,6 +537,18 @@ TEST(ProgressSignalTest, AConnectionOutlivesItsProgress) {
   progress.reset();
   EXPECT_FALSE(connection.isConnected());
   connection.disconnect();
+}
+
+TEST(ProgressSignalTest, AWholeDestroyedUnderItsPartsReportTellsNobodyAnyMore) {
+  auto whole = std::make_unique<LegacyProgress>();
+  LegacyProgress part;
+  whole->setSubProgress(&part, 50, 1);
+  int calls = 0;
+  const Signals::Connection ofWhole = whole->connectToSigChanged([&] { ++calls; });
+  const Signals::ScopedConnection ofPart = part.connectToSigChanged([&] { whole.reset(); });
+  part.setValue(50.0);
+  EXPECT_EQ(calls, 0);
+  EXPECT_FALSE(ofWhole.isConnected());
 }
 
 // --- Threads ------------------------------------------------------------------------------------

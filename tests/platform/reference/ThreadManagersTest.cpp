@@ -190,6 +190,19 @@ TEST_F(SteppingThreadManagerTest, RefusesAWaitThatNoJobCouldEnd) {
   EXPECT_EQ(order, "1");
 }
 
+TEST_F(SteppingThreadManagerTest, AsksAgainAfterAJobThatTheQuestionItselfCompleted) {
+  startJobs(1);
+  bool completed = false;
+  manager.waitUntil([&] {
+    const bool before = std::exchange(completed, true);
+    if (!before) {
+      manager.complete(1);
+    }
+    return before;
+  });
+  EXPECT_EQ(order, "1");
+}
+
 TEST_F(SteppingThreadManagerTest, CallsTheActionBeforeEachStepOfAWait) {
   startJobs(2);
   std::thread::id seen;
