@@ -17,8 +17,8 @@ using Document = std::map<std::string, std::string>;
 /// What a scripted command does. Callbacks may throw; they are called after the event was written.
 struct CommandScript {
   /// Empty: the event name.
-  std::string description;
-  std::string logDescription;
+  std::string description{};
+  std::string logDescription{};
   /// False: a plain CommandBase, without update messages, cache and undo type.
   bool hasData = true;
   int undoType = ApplyModuleDataInterface::DependentUndo;
@@ -26,17 +26,17 @@ struct CommandScript {
   bool redoCapable = true;
 
   /// Gets the command's own messages; a plain command's are empty and lost.
-  std::function<void(ApplyUpdateInfo&)> whenExecuted;
-  std::function<void(ApplyUpdateInfo&)> whenUndone;
-  std::function<void()> whenRedone;
-  std::function<void()> whenAskedForUndoType;
-  std::function<void()> whenDescribed;
-  std::function<void(LegacyProgress&)> whenRunning;
+  std::function<void(ApplyUpdateInfo&)> whenExecuted{};
+  std::function<void(ApplyUpdateInfo&)> whenUndone{};
+  std::function<void()> whenRedone{};
+  std::function<void()> whenAskedForUndoType{};
+  std::function<void()> whenDescribed{};
+  std::function<void(LegacyProgress&)> whenRunning{};
 
   /// Where execute writes `name` := `value`, and from where undo takes it away again.
   Document* document = nullptr;
-  std::string name;
-  std::string value;
+  std::string name{};
+  std::string value{};
 };
 
 /// Makes a command that writes "<event>" when it is executed, or "<event>(m,n)" when it carries

@@ -33,13 +33,13 @@ class Answer {
 
 /// How a module makes one kind of command. Without a script it makes none.
 struct CommandMaking {
-  std::optional<CommandScript> script;
+  std::optional<CommandScript> script{};
   /// Called before the command is made; may throw.
-  std::function<void()> whenMade;
+  std::function<void()> whenMade{};
   /// Gets the message object that a message command is made with.
-  std::function<void(const std::shared_ptr<ApplyUpdateMessage>&)> whenGivenMessage;
+  std::function<void(const std::shared_ptr<ApplyUpdateMessage>&)> whenGivenMessage{};
   /// Takes the place of the script.
-  std::function<std::shared_ptr<CommandBase>()> make;
+  std::function<std::shared_ptr<CommandBase>()> make{};
 };
 
 /// A module of the parameter tree that writes into an event log which questions it is asked and
