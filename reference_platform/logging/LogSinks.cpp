@@ -77,7 +77,8 @@ void SinkRegistry::hand(const LogRecord& record) noexcept {
     return;
   }
   const HandingOut scope;
-  for (const auto& entry : *snapshot()) {
+  const auto present = snapshot();
+  for (const auto& entry : *present) {
     entry->take(record);
   }
 }
