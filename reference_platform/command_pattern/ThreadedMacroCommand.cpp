@@ -37,12 +37,12 @@ ThreadedMacroCommand::ThreadedMacroCommand(ThreadedMacroCommand&&) noexcept = de
 ThreadedMacroCommand& ThreadedMacroCommand::operator=(ThreadedMacroCommand&& other) noexcept {
   if (this != &other) {
     abandonSubCommand();
-    MacroCommand::operator=(std::move(other));
     executeThreadManager = std::move(other.executeThreadManager);
     underWay = std::move(other.underWay);
     sigFinished = std::move(other.sigFinished);
     runThread = other.runThread;
     runPhase = other.runPhase;
+    MacroCommand::operator=(std::move(other));
   }
   return *this;
 }

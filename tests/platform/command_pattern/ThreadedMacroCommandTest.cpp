@@ -413,12 +413,14 @@ class HeldManager : public ThreadManager {
     }
   }
   void runNext() {
-    const auto job = std::move(held.front());
+    ended.push_back(std::move(held.front()));
     held.pop_front();
-    std::thread(job).join();
+    std::thread(std::ref(ended.back())).join();
   }
 
   std::deque<std::function<void()>> held;
+  /// Kept, as a worker does that is slow to let go of its last job.
+  std::deque<std::function<void()>> ended;
   bool full = false;
 };
 
@@ -494,6 +496,16 @@ TEST_F(RunByHandTest, WithoutAManagerTheSubCommandRunsInline) {
   macro->startExecution(nullptr);
   EXPECT_EQ(seen, std::this_thread::get_id());
   EXPECT_TRUE(macro->isSubCommandUnderWay()) << "until it is finalized";
+}
+
+TEST_F(RunByHandTest, AFinalizedSubCommandIsNotHeldByItsJob) {
+  const std::weak_ptr<CommandBase> watched = add("A");
+  macro->startExecution(manager);
+  manager->runNext();
+  macro->continueExecution(manager);
+  macro.reset();
+  ASSERT_EQ(manager->ended.size(), 1U);
+  EXPECT_TRUE(watched.expired()) << "a command goes where the run's own thread lets it go";
 }
 
 TEST_F(RunByHandTest, DestroyingTheMacroWaitsForTheSubCommandUnderWay) {
