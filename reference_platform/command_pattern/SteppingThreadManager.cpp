@@ -74,6 +74,7 @@ void SteppingThreadManager::setBeforeStep(std::function<void(JobNumber)> action)
 std::vector<SteppingThreadManager::JobNumber> SteppingThreadManager::getWaitingJobs() const {
   const std::lock_guard lock(mutex);
   std::vector<JobNumber> numbers;
+  numbers.reserve(waiting.size());
   for (const auto& entry : waiting) {
     numbers.push_back(entry.first);
   }
