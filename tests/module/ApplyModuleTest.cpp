@@ -33,6 +33,17 @@ static_assert(!std::is_copy_constructible_v<ApplyModule>);
 static_assert(!std::is_copy_assignable_v<ApplyModule>);
 static_assert(!std::is_abstract_v<ApplyModule>);
 
+// Link edits are the graph operations' own: a caller could not keep both ends in step.
+template <typename Module>
+concept HasPublicEdits = requires(Module& module) {
+  module.addNextApplyModule(nullptr);
+}
+|| requires(Module& module) { module.addPreviousApplyModule(nullptr); }
+|| requires(Module& module) { module.removeNextApplyModule(nullptr); }
+|| requires(Module& module) { module.removePreviousApplyModule(nullptr); }
+|| requires(Module& module) { module.setStartOfSideChain(true); };
+static_assert(!HasPublicEdits<ApplyModule>);
+
 constexpr auto kNormalRate = static_cast<LegacyProgress::Speed::Rate>(3);
 
 TEST(ApplyModuleTest, ANewModuleIsUnlinkedAndAnswersTheDefaults) {
@@ -169,6 +180,9 @@ TEST_P(LinkTest, AddIgnoresNullItselfAndDuplicates) {
   add(g["A"]);
   add(g["B"]);
   EXPECT_EQ(list(), "A ~ B");
+  fill({"A"});
+  add(nullptr);
+  EXPECT_EQ(list(), "A") << "null is not added where there is no dead entry either";
   EXPECT_EQ(takeHook(), "");
 }
 

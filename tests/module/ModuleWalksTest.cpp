@@ -257,6 +257,30 @@ TEST_P(WalkTest, AModuleThatDiesDuringTheWalkIsPassedOver) {
   EXPECT_EQ(visited, "Q");
 }
 
+// A walk that called itself for each module would run out of stack here.
+TEST_P(WalkTest, ALongChainIsNoDeepCall) {
+  constexpr std::size_t kLength = 200000;
+  std::vector<ModulePtr> modules(kLength);
+  for (std::size_t i = 0; i < kLength; ++i) {
+    modules[i] = std::make_shared<ApplyModule>();
+    if (i > 0) {
+      TestSupport::PrivateLinks::nextList(*modules[i - 1]).push_back(modules[i]);
+      TestSupport::PrivateLinks::previousList(*modules[i]).push_back(modules[i - 1]);
+    }
+  }
+  const auto& origin =
+      way().gather == &ApplyModule::gatherAllSuccessors ? *modules.front() : *modules.back();
+  std::size_t visited = 0;
+  EXPECT_TRUE((origin.*way().others)([&](ModulePtr) { return ++visited != 0; }));
+  EXPECT_EQ(visited, kLength - 1);
+  visited = 0;
+  EXPECT_TRUE((origin.*way().withThis)([&](const ApplyModule&) { return ++visited != 0; }));
+  EXPECT_EQ(visited, kLength);
+  ModuleSet gatheredModules;
+  (origin.*way().gather)(gatheredModules, nullptr);
+  EXPECT_EQ(gatheredModules.size(), kLength - 1);
+}
+
 TEST_P(WalkTest, RandomWalksVisitWhatTheModelVisits) {
   forSeeds(3000, [](std::uint64_t seed) {
     const auto g = randomGraph(seed, faultyGraphs());
