@@ -58,7 +58,7 @@ void drawThickness(SvgWriter& svg, const View& view, const CutterRack& rack) {
   const Point left = view.at(Point{-rack.toothThickness / 2, 0.0});
   const Point right = view.at(Point{rack.toothThickness / 2, 0.0});
   drawHorizontalDimension(svg, left, right, "");
-  svg.text({view.origin.x, left.y + 24.0}, "s = " + millimetres(rack.toothThickness), "measure");
+  svg.text({view.origin.x, left.y + 44.0}, "s = " + millimetres(rack.toothThickness), "measure");
 }
 
 /// The heights above and below the datum line, at the right of the body.
