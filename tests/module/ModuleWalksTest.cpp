@@ -259,7 +259,7 @@ TEST_P(WalkTest, AModuleThatDiesDuringTheWalkIsPassedOver) {
 
 // A walk that called itself for each module would run out of stack here.
 TEST_P(WalkTest, ALongChainIsNoDeepCall) {
-  constexpr std::size_t kLength = 200000;
+  constexpr std::size_t kLength = 100000;
   std::vector<ModulePtr> modules(kLength);
   for (std::size_t i = 0; i < kLength; ++i) {
     modules[i] = std::make_shared<ApplyModule>();
