@@ -44,7 +44,15 @@ std::string styleSheet() {
          ".lens-rim { fill: none; stroke: #8d958f; stroke-width: 1.6; }\n";
 }
 
-std::string millimetres(double length, int decimals) { return fixedText(length, decimals) + " mm"; }
+/// A length without its unit. Decimals are those of the metric figure; an inch takes one more.
+std::string lengthNumber(double length, int decimals, UnitSystem units) {
+  return fixedText(inUnits(length, Quantity::kLength, units),
+                   units == UnitSystem::kMetric ? decimals : decimals + 1);
+}
+
+std::string lengthText(double length, int decimals, UnitSystem units) {
+  return lengthNumber(length, decimals, units) + " " + unitSign(Quantity::kLength, units);
+}
 
 /// One gear of the drawing: its form, its place in the mesh frame and its styles.
 struct DrawnGear {
@@ -61,6 +69,7 @@ struct Scene {
   DrawnGear pinion;
   DrawnGear wheel;
   View view;
+  UnitSystem units;
 };
 
 View fittingView(const Mesh& mesh, const GearData& pinion, const GearData& wheel) {
@@ -74,7 +83,7 @@ View fittingView(const Mesh& mesh, const GearData& pinion, const GearData& wheel
 }
 
 Scene makeScene(const Requirements& requirements, const ToothForm& pinion, const ToothForm& wheel,
-                const Mesh& mesh) {
+                const Mesh& mesh, UnitSystem units) {
   return {requirements,
           mesh,
           {pinion, {0.0, 0.0}, placedPinion(pinion, 0.0), "pinion"},
@@ -82,7 +91,8 @@ Scene makeScene(const Requirements& requirements, const ToothForm& pinion, const
            {mesh.centreDistance, 0.0},
            placedWheel(wheel, mesh, pinion.gear.teeth, 0.0),
            "wheel"},
-          fittingView(mesh, pinion.gear, wheel.gear)};
+          fittingView(mesh, pinion.gear, wheel.gear),
+          units};
 }
 
 /// The bore with its keyway at the top, as a path.
@@ -210,7 +220,7 @@ void drawCentreDistance(SvgWriter& svg, const Scene& scene) {
   svg.line({left.x, left.y + tip(scene.pinion) + 30.0}, {left.x, y + 8.0}, "dimension");
   svg.line({right.x, right.y + tip(scene.wheel) + 30.0}, {right.x, y + 8.0}, "dimension");
   drawHorizontalDimension(svg, {left.x, y}, {right.x, y},
-                          "a = " + millimetres(scene.mesh.centreDistance, 3));
+                          "a = " + lengthText(scene.mesh.centreDistance, 3, scene.units));
 }
 
 /// What the kinds of lines mean, at the right below the gears.
@@ -270,18 +280,25 @@ std::string pairText(double pinion, double wheel, int decimals) {
 
 Figures mainFigures(const Scene& scene) {
   const Requirements& r = scene.requirements;
-  return {{"module", millimetres(r.rack.module, 3)},
+  const auto length = [&scene](double value, int decimals) {
+    return lengthText(value, decimals, scene.units);
+  };
+  const auto diameters = [&scene](double pinion, double wheel) {
+    return lengthNumber(pinion, 2, scene.units) + " / " + lengthNumber(wheel, 2, scene.units);
+  };
+  const std::string sign = unitSign(Quantity::kLength, scene.units);
+  return {{"module", length(r.rack.module, 3)},
           {"teeth", pairText(r.pinion.teeth, r.wheel.teeth, 0)},
           {"pressure angle", fixedText(degrees(r.rack.pressureAngle), 2) + "°"},
           {"working pressure angle", fixedText(degrees(r.workingPressureAngle), 2) + "°"},
           {"profile shift", pairText(r.pinion.profileShift, r.wheel.profileShift, 3)},
-          {"tip diameter, mm", pairText(r.pinion.tipDiameter, r.wheel.tipDiameter, 2)},
-          {"root diameter, mm", pairText(r.pinion.rootDiameter, r.wheel.rootDiameter, 2)},
-          {"face width", millimetres(r.faceWidth, 1)},
+          {"tip diameter, " + sign, diameters(r.pinion.tipDiameter, r.wheel.tipDiameter)},
+          {"root diameter, " + sign, diameters(r.pinion.rootDiameter, r.wheel.rootDiameter)},
+          {"face width", length(r.faceWidth, 1)},
           {"contact ratio", fixedText(scene.mesh.contactRatio, 2)},
-          {"backlash", millimetres(scene.mesh.circumferentialBacklash, 3)},
+          {"backlash", length(scene.mesh.circumferentialBacklash, 3)},
           {"material", r.pinion.material.name + " / " + r.wheel.material.name},
-          {"power", fixedText(r.power, 2) + " kW at " + fixedText(r.pinionSpeed, 0) + " rpm"}};
+          {"pinion speed", fixedText(r.pinionSpeed, 0) + " rpm"}};
 }
 
 void drawPanel(SvgWriter& svg, const Scene& scene) {
@@ -303,8 +320,8 @@ void drawPanel(SvgWriter& svg, const Scene& scene) {
 }  // namespace
 
 std::string drawPair(const Requirements& requirements, const ToothForm& pinion,
-                     const ToothForm& wheel, const Mesh& mesh) {
-  const Scene scene = makeScene(requirements, pinion, wheel, mesh);
+                     const ToothForm& wheel, const Mesh& mesh, UnitSystem units) {
+  const Scene scene = makeScene(requirements, pinion, wheel, mesh, units);
   SvgWriter svg(kSheetWidth, kSheetHeight, styleSheet());
   svg.rectangle({0.0, 0.0}, kSheetWidth, kSheetHeight, "sheet");
   drawGear(svg, scene, scene.wheel);

@@ -45,13 +45,13 @@ int idealSpanTeeth(const Requirements& requirements, const GearData& gear) {
   return 2 + static_cast<int>(std::lround((wanted - spanOf(requirements, gear, 2)) / perTooth));
 }
 
-void planSpan(const Requirements& requirements, const ToothForm& form, GearPlan& plan) {
+void measureSpan(const Requirements& requirements, const ToothForm& form, ToothMeasures& measures) {
   const int ideal = idealSpanTeeth(requirements, form.gear);
   for (const int k : {ideal, ideal + 1, ideal - 1}) {
     const double span = spanOf(requirements, form.gear, k);
     if (k >= 2 && k < form.gear.teeth && touchesInvolutes(form, span)) {
-      plan.spanTeeth = k;
-      plan.spanMeasurement = span;
+      measures.spanTeeth = k;
+      measures.spanMeasurement = span;
       return;
     }
   }
@@ -106,6 +106,7 @@ GearPlan planGear(const Requirements& requirements, const ManufacturingPlan& sho
                   const ToothForm& form) {
   const GearData& gear = form.gear;
   GearPlan plan;
+  static_cast<ToothMeasures&>(plan) = measureTeeth(requirements, form);
   plan.member = gear.member;
   plan.teeth = gear.teeth;
   plan.materialName = gear.material.name;
@@ -115,10 +116,7 @@ GearPlan planGear(const Requirements& requirements, const ManufacturingPlan& sho
   plan.boreDiameter = gear.boreDiameter;
   plan.toothDepth = (gear.tipDiameter - gear.rootDiameter) / 2;
   plan.cutterShift = gear.generatingShift * requirements.rack.module;
-  plan.pinDiameter = pinDiameter(requirements, form);
-  plan.overPins = overPins(requirements, form, plan.pinDiameter);
   planBlank(requirements, gear, plan);
-  planSpan(requirements, form, plan);
   planHobbing(requirements, shop, plan);
   return plan;
 }
@@ -206,6 +204,14 @@ double spanMeasurement(double module, double pressureAngle, int teeth, double pr
   return module * std::cos(pressureAngle) *
              ((k - 0.5) * std::numbers::pi + teeth * involute(pressureAngle)) +
          2.0 * profileShift * module * std::sin(pressureAngle);
+}
+
+ToothMeasures measureTeeth(const Requirements& requirements, const ToothForm& form) {
+  ToothMeasures measures;
+  measureSpan(requirements, form, measures);
+  measures.pinDiameter = pinDiameter(requirements, form);
+  measures.overPins = overPins(requirements, form, measures.pinDiameter);
+  return measures;
 }
 
 ManufacturingPlan computeManufacturingPlan(const Requirements& requirements,

@@ -7,8 +7,20 @@
 
 namespace GearPair {
 
+/// What an inspector measures on the teeth of one gear. Lengths in mm.
+struct ToothMeasures {
+  /// Span measurement W_k over a number k of teeth; both 0 if no span touches involutes.
+  int spanTeeth = 0;
+  double spanMeasurement = 0.0;
+  /// Diameter of a measuring pin, and the dimension over two such pins in opposite spaces.
+  double pinDiameter = 0.0;
+  double overPins = 0.0;
+
+  bool operator==(const ToothMeasures&) const = default;
+};
+
 /// How one gear is made and measured. Lengths in mm.
-struct GearPlan {
+struct GearPlan : ToothMeasures {
   Member member = Member::kPinion;
   int teeth = 0;
   std::string materialName;
@@ -25,12 +37,6 @@ struct GearPlan {
   double cutterShift = 0.0;
   /// Radial depth of the cut below the tip circle.
   double toothDepth = 0.0;
-  /// Span measurement W_k over a number k of teeth; both 0 if no span touches involutes.
-  int spanTeeth = 0;
-  double spanMeasurement = 0.0;
-  /// Diameter of a measuring pin, and the dimension over two such pins in opposite spaces.
-  double pinDiameter = 0.0;
-  double overPins = 0.0;
   /// Hobbing: spindle speed in rpm and machining time in minutes.
   double hobSpeed = 0.0;
   double hobbingTime = 0.0;
@@ -57,6 +63,9 @@ struct ManufacturingPlan {
 /// speed steel hob at 60 m/min for every steel, and an axial feed of 2 mm per gear revolution.
 ManufacturingPlan computeManufacturingPlan(const Requirements& requirements,
                                            const ToothForm& pinion, const ToothForm& wheel);
+
+/// What is to be measured on the teeth of one gear.
+ToothMeasures measureTeeth(const Requirements& requirements, const ToothForm& form);
 
 /// Base tangent length W_k in mm over k teeth of an external spur gear:
 /// m cos(alpha) ((k - 1/2) pi + z inv(alpha)) + 2 x m sin(alpha).

@@ -158,6 +158,7 @@ Member otherMember(Member member) {
 Requirements deriveRequirements(const DesignInput& input) {
   checkTeeth(input);
   Requirements requirements;
+  requirements.design = input;
   requirements.rack = deriveRack(input);
   checkRack(input, requirements.rack);
   deriveOperation(input, requirements);

@@ -56,6 +56,8 @@ struct GearData {
 
 /// The design task in terms of the theory of gearing: what every later step starts from.
 struct Requirements {
+  /// What the designer stated.
+  DesignInput design;
   BasicRack rack;
   GearData pinion;
   GearData wheel;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <numbers>
+#include <optional>
 
 #include "examples/gear_pair/calculation/Bisection.h"
 #include "examples/gear_pair/calculation/Involute.h"
@@ -15,7 +17,7 @@ namespace {
 
 constexpr double kMinTipThicknessInModules = 0.2;
 constexpr double kMinRimInModules = 1.5;
-constexpr int kFilletSteps = 16;
+constexpr int kFilletSteps = 24;
 constexpr int kInvoluteSteps = 20;
 constexpr int kTipSteps = 4;
 constexpr int kRootSteps = 2;
@@ -79,7 +81,8 @@ Junction junction(const BasicRack& rack, const GearData& gear, const RackFillet&
   return {fillet.endParameter(), std::hypot(gear.baseDiameter / 2, pathStart), false};
 }
 
-/// The lower flank from the middle of the space up to the end of the fillet.
+/// The lower flank from the middle of the space up to the end of the fillet, closer points towards
+/// that end, where the fillet's points lie farther apart for the same step of the parameter.
 Polyline filletLine(const GearData& gear, const RackFillet& fillet, const Junction& end) {
   Polyline line;
   const double spaceMiddle = std::numbers::pi / gear.teeth;
@@ -89,7 +92,7 @@ Polyline filletLine(const GearData& gear, const RackFillet& fillet, const Juncti
     line.push_back(polarPoint(gear.rootDiameter / 2, -halfAngle));
   }
   for (int i = 0; i < kFilletSteps; ++i) {
-    const double parameter = end.parameter * i / kFilletSteps;
+    const double parameter = end.parameter * std::sin(std::numbers::pi / 2 * i / kFilletSteps);
     line.push_back(polarPoint(fillet.radius(parameter), -fillet.halfAngle(parameter)));
   }
   return line;
@@ -144,36 +147,65 @@ RootSection rootSection(const RackFillet& fillet, const Junction& end) {
   return {2.0 * foot.y, foot.x, fillet.curvatureRadius(parameter)};
 }
 
-/// Tip thickness that a gear would have at another profile shift.
-double tipThicknessAtShift(const Requirements& requirements, const GearData& gear, double shift) {
-  const BasicRack& rack = requirements.rack;
-  GearData changed = gear;
-  changed.profileShift = shift;
-  changed.generatingShift = shift - (gear.profileShift - gear.generatingShift);
-  changed.tipDiameter = gear.tipDiameter + 2.0 * rack.module * (shift - gear.profileShift);
-  return changed.tipDiameter * involuteHalfAngle(rack, changed, changed.tipDiameter / 2);
+/// Profile shifts are advised in hundredths.
+constexpr double kShiftStep = 0.01;
+
+/// The requirements with another profile shift of one gear; none if the shifts leave no mesh.
+std::optional<Requirements> withShift(const Requirements& requirements, Member member,
+                                      int hundredths) {
+  DesignInput design = requirements.design;
+  (member == Member::kPinion ? design.pinionShift : design.wheelShift) = hundredths * kShiftStep;
+  try {
+    return deriveRequirements(design);
+  } catch (const DesignError&) {
+    return std::nullopt;
+  }
 }
 
 bool isPointed(const Requirements& requirements, double tipThickness) {
   return tipThickness < kMinTipThicknessInModules * requirements.rack.module;
 }
 
-/// Lowest profile shift of the design, rounded up to hundredths, that avoids the undercut.
-double shiftWithoutUndercut(const Requirements& requirements, const GearData& gear) {
-  const double limit =
-      undercutLimitShift(requirements.rack, gear.teeth) + gear.profileShift - gear.generatingShift;
-  return std::ceil(limit * 100.0) / 100.0;
+bool isPointed(const Requirements& requirements, Member member) {
+  return isPointed(requirements,
+                   toothThicknessAt(requirements, member, requirements.gear(member).tipDiameter));
 }
+
+bool isUndercut(const Requirements& requirements, Member member) {
+  return cutterPathStart(requirements.rack, requirements.gear(member)) < 0.0;
+}
+
+/// The next shift, counted in hundredths from the given one in steps of the given sign, that a
+/// condition accepts; none within -1 to 1.
+template <typename Condition>
+std::optional<int> nextShift(const Requirements& requirements, Member member, int hundredths,
+                             int step, Condition accepts) {
+  for (int shift = hundredths; std::abs(shift) <= 100; shift += step) {
+    const std::optional<Requirements> changed = withShift(requirements, member, shift);
+    if (changed && accepts(*changed)) {
+      return shift;
+    }
+  }
+  return std::nullopt;
+}
+
+std::string shiftText(int hundredths) { return fixedText(hundredths * kShiftStep, 2); }
 
 std::string undercutAdvice(const Requirements& requirements, const GearData& gear) {
   const double limitTeeth = undercutLimitTeeth(requirements.rack, gear.generatingShift);
-  const std::string teeth = "at least " + fixedText(std::ceil(limitTeeth), 0) + " teeth";
-  const double shift = shiftWithoutUndercut(requirements, gear);
-  if (isPointed(requirements, tipThicknessAtShift(requirements, gear, shift))) {
-    return "use " + teeth + "; a profile shift of " + fixedText(shift, 2) +
+  const std::string teeth = "use at least " + fixedText(std::ceil(limitTeeth), 0) + " teeth";
+  const int start = static_cast<int>(std::ceil(gear.profileShift / kShiftStep));
+  const std::optional<int> shift =
+      nextShift(requirements, gear.member, start, 1,
+                [&gear](const Requirements& changed) { return !isUndercut(changed, gear.member); });
+  if (!shift) {
+    return teeth + ".";
+  }
+  if (isPointed(*withShift(requirements, gear.member, *shift), gear.member)) {
+    return teeth + "; a profile shift of " + shiftText(*shift) +
            " would cure it too, but make the teeth pointed.";
   }
-  return "use " + teeth + " or a profile shift of at least " + fixedText(shift, 2) + ".";
+  return teeth + " or a profile shift of at least " + shiftText(*shift) + ".";
 }
 
 void checkUndercut(const Requirements& requirements, const ToothForm& form) {
@@ -189,19 +221,20 @@ void checkUndercut(const Requirements& requirements, const ToothForm& form) {
 }
 
 std::string pointedAdvice(const Requirements& requirements, const GearData& gear) {
-  constexpr double kLowestShift = -1.0;
-  const auto margin = [&](double shift) {
-    return tipThicknessAtShift(requirements, gear, shift) -
-           kMinTipThicknessInModules * requirements.rack.module;
-  };
-  if (margin(kLowestShift) <= 0.0) {
+  const int start = static_cast<int>(std::floor(gear.profileShift / kShiftStep));
+  const std::optional<int> shift =
+      nextShift(requirements, gear.member, start, -1,
+                [&gear](const Requirements& changed) { return !isPointed(changed, gear.member); });
+  if (!shift) {
     return "reduce the addendum of " +
            fixedText(requirements.rack.addendum / requirements.rack.module, 2) +
            " modules or the backlash of " + millimetres(requirements.backlash) + ".";
   }
-  const double largest = signChange(margin, kLowestShift, gear.profileShift);
-  return "use a profile shift of at most " + fixedText(std::floor(largest * 100.0) / 100.0, 2) +
-         " instead of " + fixedText(gear.profileShift, 2) + ", or a smaller addendum.";
+  if (isUndercut(*withShift(requirements, gear.member, *shift), gear.member)) {
+    return "use more teeth or a smaller addendum; a smaller profile shift would undercut them.";
+  }
+  return "use a profile shift of at most " + shiftText(*shift) + " instead of " +
+         fixedText(gear.profileShift, 2) + ", or a smaller addendum.";
 }
 
 void checkTip(const Requirements& requirements, const ToothForm& form) {
