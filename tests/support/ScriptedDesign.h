@@ -80,7 +80,8 @@ class ScriptedDesign {
   /// The modules with these names, separated by spaces, need a full apply.
   void needApply(std::string_view names);
   void forEachModule(const std::function<void(ScriptedModule&)>& change);
-  /// Every apply and auto apply command writes its module's name into the document.
+  /// Every command that a module makes from now on writes its module's name into the document.
+  /// Scripts that are set later have to do so themselves.
   void writeIntoDocument();
 
   /// An update of the range; an empty name for no horizon.

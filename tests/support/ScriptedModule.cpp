@@ -99,7 +99,9 @@ std::shared_ptr<CommandBase> ScriptedModule::make(CommandMaking& making,
   if (!making.script) {
     return nullptr;
   }
-  auto command = makeScriptedCommand(eventLog, getName() + event, *making.script);
+  CommandScript script = *making.script;
+  script.name += "#" + std::to_string(madeCommands.size());
+  auto command = makeScriptedCommand(eventLog, getName() + event, std::move(script));
   madeCommands.push_back(command);
   return command;
 }

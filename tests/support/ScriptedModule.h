@@ -46,7 +46,9 @@ struct CommandMaking {
 /// which commands it makes, and that answers and behaves as a test says. Unlike a plain module it
 /// can be applied; it makes apply and auto apply commands, but no message commands.
 ///
-/// Its commands are called "A:apply", "A:auto" (or "A:auto(alone)") and "A:message".
+/// Its commands are called "A:apply", "A:auto" (or "A:auto(alone)") and "A:message". What they
+/// write into a document they write under names of their own: that of their script with the number
+/// of the command behind it, as in "A#0".
 class ScriptedModule : public ApplyModule, public Object {
  public:
   ScriptedModule(EventLog& log, const std::string& name);
