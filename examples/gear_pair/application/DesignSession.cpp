@@ -1,0 +1,81 @@
+#include "examples/gear_pair/application/DesignSession.h"
+
+#include <utility>
+
+namespace GearPair {
+
+DesignSession::DesignSession(const DesignInput& input,
+                             std::shared_ptr<Tessaril::ThreadManager> threads)
+    : threadManager(std::move(threads)),
+      root(std::make_shared<Tessaril::Object>("gear pair designer")),
+      gearPair(GearPairDesign::create(input)) {
+  root->addChild(gearPair);
+}
+
+const std::shared_ptr<GearPairDesign>& DesignSession::design() const { return gearPair; }
+
+void DesignSession::set(const std::string& assignment) {
+  execute(std::make_shared<SetValueCommand>(gearPair, assignment));
+}
+
+void DesignSession::setUnitSystem(UnitSystem units) {
+  execute(std::make_shared<SetUnitSystemCommand>(gearPair, units));
+}
+
+void DesignSession::setFlag(const std::shared_ptr<DesignModule>& module, ModuleFlag flag,
+                            bool value) {
+  execute(std::make_shared<SetFlagCommand>(module, flag, value));
+}
+
+void DesignSession::execute(const std::shared_ptr<Tessaril::CommandBase>& command) {
+  history.execute(command);
+  done.push_back(command);
+  undone.clear();
+  account = accountOfChange(*command);
+}
+
+std::shared_ptr<UpdateDesignCmd> DesignSession::makeUpdate(const std::shared_ptr<DesignModule>& end,
+                                                           bool withHorizon) const {
+  const auto horizon = withHorizon ? gearPair->plan() : nullptr;
+  auto update = std::make_shared<UpdateDesignCmd>(gearPair, end, horizon);
+  update->setThreadManager(threadManager);
+  return update;
+}
+
+void DesignSession::run(const std::shared_ptr<UpdateDesignCmd>& update) {
+  execute(update);
+  account = accountOfUpdate(*update);
+}
+
+std::shared_ptr<UpdateDesignCmd> DesignSession::update() {
+  auto update = makeUpdate(gearPair->report(), false);
+  run(update);
+  return update;
+}
+
+bool DesignSession::canUndo() const { return history.canUndo(); }
+bool DesignSession::canRedo() const { return history.canRedo(); }
+
+std::string DesignSession::undo() {
+  const std::string description = history.getUndoDescription();
+  history.undo();
+  undone.push_back(done.back());
+  done.pop_back();
+  account = accountOfUndo(*undone.back());
+  return description;
+}
+
+std::string DesignSession::redo() {
+  const std::string description = history.getRedoDescription();
+  history.redo();
+  done.push_back(undone.back());
+  undone.pop_back();
+  account = accountOfRedo(*done.back());
+  return description;
+}
+
+std::string DesignSession::getLastDescription() const { return history.getUndoDescription(); }
+
+const RunAccount& DesignSession::getAccount() const { return account; }
+
+}  // namespace GearPair

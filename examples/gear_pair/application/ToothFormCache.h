@@ -1,0 +1,52 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "examples/gear_pair/calculation/ToothForm.h"
+#include "tessaril/platform/framework_interfaces/ApplyCacheInterface.h"
+
+namespace GearPair {
+
+/// The requirements without what the teeth do not depend on: width, load and speed. Two
+/// requirements that are equal in this part give the same teeth.
+Requirements teethPart(Requirements requirements);
+
+/// Keeps the tooth forms that are computed during one run of an update.
+///
+/// The cutter has to know both gears, but its turn comes before the wheel's: it computes the
+/// wheel's teeth, and the wheel finds them here a moment later. Forgotten at the end of the run.
+///
+/// Takes no lock: the steps of a run use it one after the other, whichever thread they are on.
+class ToothFormCache final : public Tessaril::ApplyCacheInterface {
+ public:
+  /// Empties the cache and begins to count anew.
+  void beginUpdate() override;
+  /// Empties the cache; the counts stay.
+  void endUpdate() override;
+
+  /// The teeth of one gear, computed unless they have been asked for in this run. Throws what
+  /// computeToothForm() throws; a failure is not kept.
+  std::shared_ptr<const ToothForm> toothForm(const Requirements& requirements, Member member);
+
+  /// How often the last run found a form here, and how often it had to compute one.
+  int getHits() const;
+  int getMisses() const;
+
+ private:
+  struct Entry {
+    Requirements teeth;
+    Member member;
+    std::shared_ptr<const ToothForm> form;
+  };
+  // A run knows a handful of forms: a search from end to end is the fastest.
+  std::vector<Entry> entries;
+  int hits = 0;
+  int misses = 0;
+};
+
+/// The same with a cache that may be missing; the form is computed then.
+std::shared_ptr<const ToothForm> toothForm(ToothFormCache* cache, const Requirements& requirements,
+                                           Member member);
+
+}  // namespace GearPair

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "examples/gear_pair/application/modules/RequirementsModule.h"
+#include "examples/gear_pair/calculation/ManufacturingPlan.h"
+#include "examples/gear_pair/calculation/ToothForm.h"
+
+namespace GearPair {
+
+struct ToothInputs {
+  Shared<Task> task;
+
+  /// Compares what teeth depend on. A gear's teeth depend on its mate, too: the tip circles of both
+  /// follow the centre distance, and the mate decides how deep the flanks are used.
+  bool operator==(const ToothInputs& other) const;
+};
+
+/// The teeth of one gear: the pinion on the main chain, the wheel on its fork.
+///
+/// The apply has two steps, cutting the teeth and measuring them, and so two results: the tooth
+/// form in the record, and the measures.
+class ToothModule final : public StepModule<ToothInputs, ToothForm> {
+ public:
+  ToothModule(Member member, std::shared_ptr<const RequirementsModule> requirements);
+
+  Shared<ToothMeasures> getMeasures() const;
+  void setMeasures(Shared<ToothMeasures> newMeasures);
+  /// The measures of the present tooth form; null without one.
+  Shared<ToothMeasures> measure() const;
+
+  bool isUpToDate() const override;
+
+ private:
+  std::optional<ToothInputs> collect() const override;
+  ToothForm compute(const ToothInputs& inputs, ToothFormCache* cache) const override;
+
+  Member member;
+  std::shared_ptr<const RequirementsModule> requirementsModule;
+  Shared<ToothMeasures> measures;
+};
+
+}  // namespace GearPair

@@ -1,0 +1,194 @@
+#include "examples/gear_pair/cli/Arguments.h"
+
+#include <algorithm>
+#include <charconv>
+#include <map>
+#include <string_view>
+
+#include "examples/gear_pair/calculation/TextTools.h"
+
+namespace GearPair {
+
+namespace {
+
+struct Option {
+  Action action;
+  /// What the word after the option is; null for options without one.
+  const char* argumentName;
+};
+
+const std::map<std::string, Option>& stepOptions() {
+  static const std::map<std::string, Option> options{
+      {"--set", {Action::kSet, "NAME=VALUE"}},
+      {"--unit-system", {Action::kSetUnitSystem, "metric or us"}},
+      {"--freeze", {Action::kFreeze, "a module"}},
+      {"--unfreeze", {Action::kUnfreeze, "a module"}},
+      {"--skip", {Action::kSkip, "a module"}},
+      {"--unskip", {Action::kUnskip, "a module"}},
+      {"--update", {Action::kUpdate, nullptr}},
+      {"--up-to", {Action::kUpTo, "a module"}},
+      {"--undo", {Action::kUndo, nullptr}},
+      {"--redo", {Action::kRedo, nullptr}},
+      {"--table", {Action::kTable, nullptr}},
+      {"--figures", {Action::kFigures, nullptr}},
+      {"--report", {Action::kReport, "a file, or - for the standard output"}},
+      {"--plan", {Action::kPlan, "a file, or - for the standard output"}},
+      {"--drawing", {Action::kDrawing, "a file"}},
+      {"--cutter", {Action::kCutter, "a file"}},
+      {"--dump", {Action::kDump, "a file"}},
+  };
+  return options;
+}
+
+bool isChange(const Step& step) { return step.action <= Action::kUnskip; }
+bool isRun(const Step& step) {
+  return step.action >= Action::kUpdate && step.action < Action::kTable;
+}
+bool isOutput(const Step& step) { return step.action >= Action::kTable; }
+
+std::size_t readThreads(const std::string& word) {
+  constexpr std::size_t kMost = 64;
+  std::size_t count = 0;
+  const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), count);
+  if (error != std::errc() || end != word.data() + word.size() || count > kMost) {
+    throw UsageError("--threads needs a number from 0 to " + std::to_string(kMost) + ", not " +
+                     inQuotes(word));
+  }
+  return count;
+}
+
+std::string unknownOption(const std::string& word) {
+  std::vector<std::string> known{"--help", "--threads", "--horizon"};
+  for (const auto& [name, option] : stepOptions()) {
+    known.push_back(name);
+  }
+  const std::string nearest = nearestWord(word, known);
+  return "there is no option " + inQuotes(word) +
+         (nearest.empty() ? "; see --help" : "; did you mean " + nearest + "?");
+}
+
+/// Goes through the words once.
+class Parser {
+ public:
+  explicit Parser(const std::vector<std::string>& allWords) : words(allWords) {}
+
+  Arguments parse() {
+    while (next < words.size()) {
+      take(words[next++]);
+    }
+    if (!arguments.help && arguments.designFile.empty()) {
+      throw UsageError("a design file is missing; try 'gear_pair DESIGN.gear', or --help");
+    }
+    return arguments;
+  }
+
+ private:
+  void take(const std::string& word) {
+    if (word == "--help" || word == "-h") {
+      arguments.help = true;
+    } else if (word == "--horizon") {
+      arguments.horizon = true;
+    } else if (word == "--threads") {
+      arguments.threads = readThreads(argumentOf(word, "a number"));
+    } else if (const auto found = stepOptions().find(word); found != stepOptions().end()) {
+      const Option& option = found->second;
+      const bool hasArgument = option.argumentName != nullptr;
+      arguments.steps.push_back(
+          {option.action, hasArgument ? argumentOf(word, option.argumentName) : std::string()});
+    } else if (word.starts_with("-")) {
+      throw UsageError(unknownOption(word));
+    } else {
+      takeDesignFile(word);
+    }
+  }
+
+  void takeDesignFile(const std::string& word) {
+    if (!arguments.designFile.empty()) {
+      throw UsageError("one design file is enough: " + inQuotes(arguments.designFile) + " and " +
+                       inQuotes(word) + " are two");
+    }
+    arguments.designFile = word;
+  }
+
+  std::string argumentOf(const std::string& option, const std::string& argumentName) {
+    const bool isThere =
+        next < words.size() && (words[next] == "-" || !words[next].starts_with("-"));
+    if (!isThere) {
+      throw UsageError(option + " needs " + argumentName + " behind it");
+    }
+    return words[next++];
+  }
+
+  const std::vector<std::string>& words;
+  std::size_t next = 0;
+  Arguments arguments;
+};
+
+std::vector<Step> completed(std::vector<Step> steps) {
+  if (std::none_of(steps.begin(), steps.end(), isRun)) {
+    const auto firstOutput = std::stable_partition(steps.begin(), steps.end(), isChange);
+    steps.insert(firstOutput, {Action::kUpdate, {}});
+  }
+  if (std::none_of(steps.begin(), steps.end(), isOutput)) {
+    steps.push_back({Action::kTable, {}});
+  }
+  return steps;
+}
+
+}  // namespace
+
+Arguments parseArguments(const std::vector<std::string>& words) {
+  Arguments arguments = Parser(words).parse();
+  arguments.steps = completed(std::move(arguments.steps));
+  return arguments;
+}
+
+std::string helpText() {
+  return R"(gear_pair DESIGN.gear [options]: designs a pair of spur gears.
+
+Reads the values of a design, brings the design up to date and shows the result.
+The steps of the design:
+
+  requirements -> pinion -> mesh -> strength -> report -> plan
+  requirements -> wheel  -> mesh       pinion -> cutter       mesh -> drawing
+
+Changes
+  --set NAME=VALUE         set a value, such as torque=300Nm
+  --unit-system metric|us  write all texts in that system
+  --freeze MODULE          keep the module's result whatever changes; --unfreeze
+  --skip MODULE            leave the module out; --unskip
+
+Runs
+  --update                 bring the design up to date, up to the report
+  --up-to MODULE           the same, up to that module only
+  --undo, --redo           take the last change or run back; make it again
+
+Outputs
+  --table                  all modules, their flags, and what the last run did
+  --figures                the main figures in one line
+  --report FILE|-          the report; - is the standard output
+  --plan FILE|-            the manufacturing plan
+  --drawing FILE.svg       the pair in mesh
+  --cutter FILE.svg        the cutter of both gears
+  --dump FILE.txt          the graph of modules as text
+
+Settings
+  --threads N              worker threads, 1 unless given; 0 runs inline
+  --horizon                updates go on to the manufacturing plan
+  --help                   this text
+
+Changes, runs and outputs are carried out in the order given. Without a run, one
+update is made between the changes and the outputs; without an output, the table
+is printed at the end.
+
+Exit code: 0; 1 if the design cannot be made; 2 for bad usage or bad input.
+
+Examples
+  gear_pair pair.gear
+  gear_pair pair.gear --set wheel_teeth=45 --drawing pair.svg --report -
+  gear_pair pair.gear --up-to mesh
+  gear_pair pair.gear --update --set torque=300Nm --update --undo --redo --table
+)";
+}
+
+}  // namespace GearPair

@@ -1,0 +1,251 @@
+#include "examples/gear_pair/cli/Script.h"
+
+#include <algorithm>
+#include <fstream>
+#include <ostream>
+
+#include "examples/gear_pair/application/KeyFigures.h"
+#include "examples/gear_pair/application/ToothFormCache.h"
+#include "examples/gear_pair/calculation/TextTools.h"
+#include "examples/gear_pair/cli/ModuleTable.h"
+#include "examples/gear_pair/cli/ProgressView.h"
+#include "reference_platform/command_pattern/WorkerPoolThreadManager.h"
+#include "tessaril/graph/ApplyGraph.h"
+
+namespace GearPair {
+
+namespace {
+
+std::shared_ptr<Tessaril::ThreadManager> makeThreads(std::size_t count) {
+  if (count == 0) {
+    return nullptr;
+  }
+  return std::make_shared<Tessaril::ReferencePlatform::WorkerPoolThreadManager>(count);
+}
+
+UnitSystem readUnitSystem(const std::string& word) {
+  if (word == "metric") {
+    return UnitSystem::kMetric;
+  }
+  if (word == "us") {
+    return UnitSystem::kUsCustomary;
+  }
+  throw UsageError("there is no unit system " + inQuotes(word) + "; choose metric or us");
+}
+
+bool namesModule(Action action) {
+  return action == Action::kUpTo || (action >= Action::kFreeze && action <= Action::kUnskip);
+}
+
+void writeFile(const std::string& fileName, const std::string& text) {
+  std::ofstream file(fileName, std::ios::binary | std::ios::trunc);
+  file << text;
+  file.close();
+  if (!file) {
+    throw OutputError("cannot write " + inQuotes(fileName) +
+                      "; is there such a folder, and may you write there?");
+  }
+}
+
+std::string cacheText(const ToothFormCache& cache) {
+  return "Tooth forms in the last update: " + std::to_string(cache.getMisses()) + " computed, " +
+         std::to_string(cache.getHits()) + " found in its cache.";
+}
+
+}  // namespace
+
+Script::Script(const Arguments& parsed, const DesignInput& input, Console where)
+    : arguments(parsed),
+      firstInput(input),
+      console(where),
+      session(input, makeThreads(parsed.threads)),
+      announcesSteps(std::count_if(parsed.steps.begin(), parsed.steps.end(), [](const Step& step) {
+                       return step.action < Action::kTable;
+                     }) > 1) {}
+
+int Script::run() {
+  check();
+  for (const Step& step : arguments.steps) {
+    carryOut(step);
+  }
+  return exitCode;
+}
+
+// Whoever mistypes the last step does not want to find out after the first ones.
+void Script::check() const {
+  DesignInput input = firstInput;
+  for (const Step& step : arguments.steps) {
+    if (step.action == Action::kSet) {
+      setValue(input, step.argument);
+    } else if (step.action == Action::kSetUnitSystem) {
+      readUnitSystem(step.argument);
+    } else if (namesModule(step.action)) {
+      moduleOf(step);
+    }
+  }
+}
+
+std::shared_ptr<DesignModule> Script::moduleOf(const Step& step) const {
+  auto module = session.design()->findModule(step.argument);
+  if (module != nullptr) {
+    return module;
+  }
+  std::vector<std::string> names;
+  for (const auto& known : session.design()->getModules()) {
+    names.push_back(known->getName());
+  }
+  throw UsageError("there is no module " + inQuotes(step.argument) + "; choose " +
+                   enumerated(names, "or"));
+}
+
+void Script::carryOut(const Step& step) {
+  switch (step.action) {
+    case Action::kUpdate:
+      update(session.design()->report());
+      break;
+    case Action::kUpTo:
+      update(moduleOf(step));
+      break;
+    case Action::kUndo:
+      undo();
+      break;
+    case Action::kRedo:
+      redo();
+      break;
+    default:
+      step.action < Action::kUpdate ? change(step) : write(step);
+      break;
+  }
+}
+
+void Script::change(const Step& step) {
+  switch (step.action) {
+    case Action::kSet:
+      session.set(step.argument);
+      break;
+    case Action::kSetUnitSystem:
+      session.setUnitSystem(readUnitSystem(step.argument));
+      break;
+    case Action::kFreeze:
+    case Action::kUnfreeze:
+      session.setFlag(moduleOf(step), ModuleFlag::kFrozen, step.action == Action::kFreeze);
+      break;
+    default:
+      session.setFlag(moduleOf(step), ModuleFlag::kSkipped, step.action == Action::kSkip);
+      break;
+  }
+  if (announcesSteps) {
+    console.out << "* " << session.getLastDescription() << std::endl;
+  }
+}
+
+void Script::update(const std::shared_ptr<DesignModule>& end) {
+  const auto update = session.makeUpdate(end, arguments.horizon);
+  if (announcesSteps) {
+    console.out << "* " << update->getDescription() << std::endl;
+  }
+  ProgressView view(*update, console.error, console.errorIsTerminal);
+  session.run(update);
+  lastUpdate = update;
+  const std::string problem = whyNotMade(*update, *end);
+  view.finish(problem.empty() ? "done" : "stopped");
+  exitCode = problem.empty() ? 0 : 1;
+  if (!problem.empty()) {
+    complain(problem);
+  }
+}
+
+std::string Script::whyNotMade(const UpdateDesignCmd& update, const DesignModule& end) const {
+  for (const StepEvent& event : update.getEvents()) {
+    if (!event.failure.empty()) {
+      return event.module->getTitle() + " failed: " + event.failure;
+    }
+  }
+  for (const auto& module : session.design()->getModules()) {
+    if (!end.hasAsAncestor(*module) || module->offersUsableResult()) {
+      continue;
+    }
+    const std::string reason = module->isSkipped()  ? " is skipped"
+                               : module->isFrozen() ? " is frozen without a result"
+                                                    : " is not up to date";
+    return end.getTitle() + " cannot be made: the " + module->getName() + reason + ".";
+  }
+  return {};
+}
+
+void Script::undo() {
+  if (!session.canUndo()) {
+    throw UsageError("there is nothing left to undo");
+  }
+  console.out << "* Undo: " << session.undo() << std::endl;
+}
+
+void Script::redo() {
+  if (!session.canRedo()) {
+    throw UsageError("there is nothing left to redo");
+  }
+  console.out << "* Redo: " << session.redo() << std::endl;
+}
+
+void Script::write(const Step& step) {
+  const GearPairDesign& design = *session.design();
+  switch (step.action) {
+    case Action::kTable:
+      writeTable();
+      break;
+    case Action::kFigures:
+      console.out << keyFigures(design) << std::endl;
+      break;
+    case Action::kReport:
+      writeText(step, *design.report(), design.report()->getResult());
+      break;
+    case Action::kPlan:
+      writeText(step, *design.plan(), design.plan()->getResult());
+      break;
+    case Action::kDrawing:
+      writeText(step, *design.drawing(), design.drawing()->getResult());
+      break;
+    case Action::kCutter: {
+      const auto sheet = design.cutter()->getResult();
+      writeText(step, *design.cutter(),
+                sheet == nullptr ? nullptr : std::make_shared<const std::string>(sheet->drawing));
+      break;
+    }
+    default:
+      // The library does not report a file that it cannot write, so it is tried first.
+      writeFile(step.argument, {});
+      Tessaril::ApplyGraph::write(design.start(), step.argument);
+      break;
+  }
+}
+
+void Script::writeTable() {
+  console.out << moduleTable(*session.design(), session.getAccount(), console.width);
+  if (lastUpdate != nullptr) {
+    console.out << cacheText(lastUpdate->getCache()) << "\n";
+  }
+  console.out << std::flush;
+}
+
+void Script::writeText(const Step& step, const DesignModule& module,
+                       const std::shared_ptr<const std::string>& text) {
+  if (text == nullptr) {
+    exitCode = 1;
+    complain("There is no " + module.getName() + " to write: it has not been computed.");
+    return;
+  }
+  if (!module.isDependencyGraphConsistent()) {
+    complain("The " + module.getName() + " is out of date: it shows the design as it was.");
+  }
+  if (step.argument == "-") {
+    console.out << *text << std::flush;
+  } else {
+    writeFile(step.argument, *text);
+  }
+}
+
+void Script::complain(const std::string& sentence) {
+  console.error << "gear_pair: " << sentence << std::endl;
+}
+
+}  // namespace GearPair
