@@ -33,8 +33,9 @@ using LogSink = std::function<void(const LogRecord&)>;
 /// built or destroyed, and by a sink.
 ///
 /// Once the registration has ended the sink is not called any more: ending it waits for a call on
-/// another thread. A sink may end its own registration. Requires: two sinks do not end each
-/// other's.
+/// another thread. What the sink holds is released then, at the latest when the records that are
+/// being handed out have been. A sink may end its own registration. Requires: two sinks do not end
+/// each other's.
 TESSARIL_PLATFORM_EXPORT Registration addLogSink(LogSink sink);
 
 /// A sink that writes a record as one line "<LEVEL> <file>:<line> <function>: <text>" and flushes.

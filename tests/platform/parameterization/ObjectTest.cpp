@@ -444,6 +444,29 @@ TEST_F(ObjectTest, ASlotMayDropTheWholeTree) {
   EXPECT_EQ(deep, nullptr);
 }
 
+TEST_F(ObjectTest, TheAnnouncingObjectLastsUntilTheRootHasHeard) {
+  observe(*root);
+  a->connectToSigTreeChanged([this](const Object&, ObjectTreeChangeReason reason) {
+    if (reason == ObjectTreeChangeReason::StateChanged) {
+      a->removeChild(*std::exchange(deep, nullptr));
+    }
+  });
+  Object& announcing = *deep;
+  announcing.emitSigTreeChanged(ObjectTreeChangeReason::StateChanged);
+  EXPECT_THAT(heard, ElementsAre("root: a removed", "root: deep state"));
+  EXPECT_EQ(a->getChild("deep"), nullptr);
+}
+
+TEST_F(ObjectTest, ASlotMayDropTheAncestorThatCallsIt) {
+  std::weak_ptr<Object> watched = a;
+  a->connectToSigTreeChanged([this](const Object&, ObjectTreeChangeReason) {
+    root->removeChild(*std::exchange(a, nullptr));
+  });
+  deep->emitSigTreeChanged(ObjectTreeChangeReason::StateChanged);
+  EXPECT_TRUE(watched.expired());
+  EXPECT_EQ(deep->getParent(), nullptr);
+}
+
 TEST_F(ObjectTest, DestroyingAnObjectAnnouncesNothing) {
   observe(*deep);
   observe(*b);

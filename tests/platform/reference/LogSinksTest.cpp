@@ -101,6 +101,16 @@ TEST_F(LogSinksTest, WhatASinkLogsReachesNoSink) {
   EXPECT_THAT(heard, ElementsAre("other: a", "other: b"));
 }
 
+TEST_F(LogSinksTest, WhatASinkHoldsIsReleasedWithItsRegistration) {
+  auto held = std::make_shared<int>();
+  auto registration = addLogSink([held](const LogRecord&) { ++*held; });
+  log("a");
+  registration.end();
+  log("b");
+  EXPECT_EQ(*held, 1);
+  EXPECT_EQ(held.use_count(), 1);
+}
+
 TEST_F(LogSinksTest, ASinkMayEndItsOwnRegistration) {
   Registration own;
   own = addLogSink([&](const LogRecord& record) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -11,12 +13,21 @@
 namespace Tessaril {
 namespace {
 
-/// Translates when static objects are built and when they are destroyed.
-const std::string kTranslatedAtStart = Translator::translate("Context", "at start");
+/// Translates while static objects are destroyed. It was built before the translator was first
+/// used, so it goes after whatever the translator has built since. The tests have ended by then:
+/// only the exit code is left to tell that the translation was lost.
 struct TranslatesAtEnd {
-  ~TranslatesAtEnd() { Translator::translate("Context", "at end"); }
+  ~TranslatesAtEnd() {
+    if (installed && Translator::translate("Context", "at end") != "translated") {
+      std::fputs("A translation was lost while static objects were destroyed\n", stderr);
+      std::_Exit(EXIT_FAILURE);
+    }
+  }
+  ConformanceHost::Scope installed;
 };
-const TranslatesAtEnd kTranslatesAtEnd;
+
+TranslatesAtEnd translatesAtEnd;
+const std::string kTranslatedAtStart = Translator::translate("Context", "at start");
 
 std::string filled(const std::string& text, const std::vector<std::string>& values) {
   ArgString filling(text);
@@ -164,6 +175,13 @@ TEST(TranslatorTest, TranslatesOnAnyThread) {
     thread.join();
   }
   EXPECT_EQ(answers, std::vector<std::string>(4, "translated"));
+}
+
+TEST(TranslatorTest, MayBeCalledWhileStaticObjectsAreDestroyed) {
+  translatesAtEnd.installed =
+      ConformanceHost::installTranslation("Context", "at end", "translated");
+  EXPECT_EQ(Translator::translate("Context", "at end"), "translated")
+      << "the rest is checked at the exit";
 }
 
 TEST(TranslatorTest, ServicesAreNoObjects) {
