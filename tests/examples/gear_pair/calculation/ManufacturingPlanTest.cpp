@@ -80,6 +80,15 @@ TEST(ManufacturingPlan, RestsItsPinsOnBothFlanks) {
   }
 }
 
+TEST(ManufacturingPlan, ContainsTheMeasuresOfTheTeeth) {
+  const Computed pair = compute(soundDesign());
+  const ToothMeasures wheel = measureTeeth(pair.requirements, pair.wheel);
+  EXPECT_EQ(wheel, static_cast<ToothMeasures>(planOf(pair).wheel));
+  EXPECT_EQ(wheel.spanTeeth, 5);
+  EXPECT_NEAR(wheel.spanMeasurement,
+              spanMeasurement(2.5, radians(20.0), 41, pair.wheel.gear.generatingShift, 5), 1e-12);
+}
+
 TEST(ManufacturingPlan, LeavesAnAllowanceOnTheBlank) {
   const Computed pair = compute(soundDesign());
   const ManufacturingPlan plan = planOf(pair);

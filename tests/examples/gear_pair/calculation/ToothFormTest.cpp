@@ -164,7 +164,7 @@ class Cutting {
   /// Nearest distance of a flank point to the cutter over the whole roll; negative if the cutter
   /// removes the point.
   double clearance(Point flankPoint) const {
-    constexpr int kSteps = 400;
+    constexpr int kSteps = 250;
     double nearest = std::numeric_limits<double>::infinity();
     for (int i = -kSteps; i <= kSteps; ++i) {
       const double rolled = 1.7 * kPi * requirements_.rack.module * i / kSteps;
