@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
+#include <string>
 
 #include "examples/gear_pair/calculation/Involute.h"
 #include "examples/gear_pair/calculation/Strength.h"
@@ -10,7 +12,6 @@
 namespace GearPair {
 namespace {
 
-using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 Strength strengthOf(const DesignInput& input) { return compute(input).strength; }
@@ -155,13 +156,23 @@ TEST(Strength, JudgesInOneSentence) {
             "help.");
 }
 
-TEST(Strength, OfTheSampleDesignIsSufficient) {
-  const DesignInput input =
-      readDesign(std::filesystem::path(GEAR_PAIR_DESIGNS_DIR) / "spur_pair.gear");
-  const Strength strength = strengthOf(input);
-  EXPECT_TRUE(strength.sufficient());
-  EXPECT_GT(strength.pinion.safety, 1.4);
-  EXPECT_LT(strength.contactStress, 1500.0);
+DesignInput sample(const std::string& name) {
+  return readDesign(std::filesystem::path(GEAR_PAIR_DESIGNS_DIR) / name);
+}
+
+TEST(SampleDesigns, ReachTheirSafety) {
+  for (const char* name : {"spur_pair.gear", "inch_pair.gear"}) {
+    const Strength strength = strengthOf(sample(name));
+    EXPECT_TRUE(strength.sufficient()) << name << ": " << strengthVerdict(strength);
+  }
+  EXPECT_LT(strengthOf(sample("spur_pair.gear")).contactStress, 1500.0);
+}
+
+TEST(SampleDesigns, ShowAnUndercutPinion) {
+  const Requirements requirements = deriveRequirements(sample("undercut_pinion.gear"));
+  EXPECT_THAT(messageOf<DesignError>([&] { computeToothForm(requirements, Member::kPinion); }),
+              StartsWith("The pinion with 7 teeth is undercut: "));
+  EXPECT_NO_THROW(computeToothForm(requirements, Member::kWheel));
 }
 
 }  // namespace

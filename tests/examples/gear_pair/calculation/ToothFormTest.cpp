@@ -242,7 +242,9 @@ TEST(ToothForm, HasTheRootSectionOfIso6336) {
     const double thickness = z * std::sin(kPi / 3 - theta) + std::sqrt(3.0) * (g / cosine - rho);
     const double radius = rho + 2.0 * g * g / (cosine * (z * cosine * cosine - 2.0 * g));
     EXPECT_NEAR(form.rootSection.thickness / r.rack.module, thickness, 1e-9) << z;
+    const double height = (z * std::cos(kPi / 3 - theta) + g / cosine - rho) / 2;
     EXPECT_NEAR(form.rootSection.filletRadius / r.rack.module, radius, 1e-9) << z;
+    EXPECT_NEAR(form.rootSection.distanceFromAxis / r.rack.module, height, 1e-9) << z;
   }
 }
 
