@@ -103,8 +103,8 @@ TEST_F(MessageCmdFactoryTest, CreatesAPlainMacroWithoutDescriptionOfItsOwn) {
 
 TEST_F(MessageCmdFactoryTest, HandsTheDesignObjectOn) {
   create("A");
-  EXPECT_EQ(design["A"].objectGiven, design.root);
-  EXPECT_EQ(design["C"].objectGiven, design.root);
+  EXPECT_EQ(design["A"].objectGiven.lock(), design.root);
+  EXPECT_EQ(design["C"].objectGiven.lock(), design.root);
 }
 
 TEST_F(MessageCmdFactoryTest, CreatesForTheRangeBetweenFirstAndSecondOnly) {

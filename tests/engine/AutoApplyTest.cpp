@@ -178,7 +178,7 @@ TEST(AutoApplyInRangeTest, GetsTheDesignObject) {
   const auto update = design.update("A", "B");
   design["B"].objectGiven.reset();
   design.run(*update);
-  EXPECT_EQ(design["B"].objectGiven, design.root);
+  EXPECT_EQ(design["B"].objectGiven.lock(), design.root);
 }
 
 TEST(AutoApplyInRangeTest, ItsMessagesGoOn) {

@@ -83,7 +83,7 @@ class ScriptedModule : public ApplyModule, public Object {
   /// Called by a slot of the state-changed signal; may throw.
   std::function<void()> whenSignalled;
   /// What the factory was given last.
-  std::shared_ptr<Object> objectGiven;
+  std::weak_ptr<Object> objectGiven;
   std::vector<std::shared_ptr<CommandBase>> madeCommands;
 
  private:
