@@ -89,6 +89,9 @@ void ThreadedMacroCommand::abandonSubCommand() noexcept {
   }
   try {
     waitForSubCommand();
+    // A manager that keeps its last job would otherwise be kept by it in turn.
+    underWay->command.reset();
+    underWay->manager.reset();
   } catch (...) {
     // The manager cannot wait. What is under way owns all that it touches, so it may be left alone.
   }
