@@ -5,16 +5,19 @@
 
 namespace GearPair {
 
-Requirements teethPart(Requirements requirements) {
-  requirements.faceWidth = 0.0;
-  requirements.pinionTorque = 0.0;
-  requirements.wheelTorque = 0.0;
-  requirements.pinionSpeed = 0.0;
-  requirements.wheelSpeed = 0.0;
-  requirements.power = 0.0;
-  requirements.applicationFactor = 0.0;
-  requirements.requiredSafety = 0.0;
-  return requirements;
+Requirements teethPart(const Requirements& requirements, Member member) {
+  const bool isPinion = member == Member::kPinion;
+  Requirements part;
+  part.rack = requirements.rack;
+  part.workingPressureAngle = requirements.workingPressureAngle;
+  part.centreDistance = requirements.centreDistance;
+  part.backlash = requirements.backlash;
+  const GearData& mate = requirements.gear(otherMember(member));
+  GearData& mateInPart = isPinion ? part.wheel : part.pinion;
+  mateInPart.baseDiameter = mate.baseDiameter;
+  mateInPart.tipDiameter = mate.tipDiameter;
+  (isPinion ? part.pinion : part.wheel) = requirements.gear(member);
+  return part;
 }
 
 void ToothFormCache::beginUpdate() {
@@ -27,7 +30,7 @@ void ToothFormCache::endUpdate() { entries.clear(); }
 
 std::shared_ptr<const ToothForm> ToothFormCache::toothForm(const Requirements& requirements,
                                                            Member member) {
-  Requirements teeth = teethPart(requirements);
+  Requirements teeth = teethPart(requirements, member);
   const auto found = std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) {
     return entry.member == member && entry.teeth == teeth;
   });

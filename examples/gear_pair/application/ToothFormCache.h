@@ -8,9 +8,11 @@
 
 namespace GearPair {
 
-/// The requirements without what the teeth do not depend on: width, load and speed. Two
-/// requirements that are equal in this part give the same teeth.
-Requirements teethPart(Requirements requirements);
+/// The part of the requirements that the teeth of one gear depend on: requirements that are equal
+/// in it give equal teeth. Of the mate it holds what decides how deep the flanks are used, so that
+/// a gear is not cut anew for its mate's bore or steel. But the tip circles of both gears follow
+/// the centre distance: another number of teeth on one of them concerns both.
+Requirements teethPart(const Requirements& requirements, Member member);
 
 /// Keeps the tooth forms that are computed during one run of an update.
 ///

@@ -83,6 +83,28 @@ void Script::check() const {
       moduleOf(step);
     }
   }
+  checkHistory();
+}
+
+void Script::checkHistory() const {
+  int done = 0;
+  int undone = 0;
+  for (const Step& step : arguments.steps) {
+    if (step.action == Action::kUndo) {
+      --done;
+      ++undone;
+    } else if (step.action == Action::kRedo) {
+      ++done;
+      --undone;
+    } else if (step.action < Action::kTable) {
+      ++done;
+      undone = 0;
+    }
+    if (done < 0 || undone < 0) {
+      throw UsageError(std::string("there is nothing to ") + (done < 0 ? "undo" : "redo") +
+                       " where the steps say so");
+    }
+  }
 }
 
 std::shared_ptr<DesignModule> Script::moduleOf(const Step& step) const {
@@ -173,19 +195,9 @@ std::string Script::whyNotMade(const UpdateDesignCmd& update, const DesignModule
   return {};
 }
 
-void Script::undo() {
-  if (!session.canUndo()) {
-    throw UsageError("there is nothing left to undo");
-  }
-  console.out << "* Undo: " << session.undo() << std::endl;
-}
+void Script::undo() { console.out << "* Undo: " << session.undo() << std::endl; }
 
-void Script::redo() {
-  if (!session.canRedo()) {
-    throw UsageError("there is nothing left to redo");
-  }
-  console.out << "* Redo: " << session.redo() << std::endl;
-}
+void Script::redo() { console.out << "* Redo: " << session.redo() << std::endl; }
 
 void Script::write(const Step& step) {
   const GearPairDesign& design = *session.design();
@@ -205,17 +217,24 @@ void Script::write(const Step& step) {
     case Action::kDrawing:
       writeText(step, *design.drawing(), design.drawing()->getResult());
       break;
-    case Action::kCutter: {
-      const auto sheet = design.cutter()->getResult();
-      writeText(step, *design.cutter(),
-                sheet == nullptr ? nullptr : std::make_shared<const std::string>(sheet->drawing));
+    case Action::kCutter:
+      writeCutter(step);
       break;
-    }
     default:
       // The library does not report a file that it cannot write, so it is tried first.
       writeFile(step.argument, {});
       Tessaril::ApplyGraph::write(design.start(), step.argument);
       break;
+  }
+}
+
+void Script::writeCutter(const Step& step) {
+  const CutterModule& cutter = *session.design()->cutter();
+  const auto sheet = cutter.getResult();
+  writeText(step, cutter,
+            sheet == nullptr ? nullptr : std::make_shared<const std::string>(sheet->drawing));
+  if (sheet != nullptr) {
+    console.out << "Cutter, used for\n" << sheet->gearsCut << std::flush;
   }
 }
 

@@ -39,6 +39,7 @@ class Script {
 
  private:
   void check() const;
+  void checkHistory() const;
   std::shared_ptr<DesignModule> moduleOf(const Step& step) const;
   void carryOut(const Step& step);
   void change(const Step& step);
@@ -47,6 +48,7 @@ class Script {
   void redo();
   void write(const Step& step);
   void writeTable();
+  void writeCutter(const Step& step);
   void writeText(const Step& step, const DesignModule& module,
                  const std::shared_ptr<const std::string>& text);
   void complain(const std::string& sentence);

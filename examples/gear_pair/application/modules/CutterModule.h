@@ -6,13 +6,13 @@
 namespace GearPair {
 
 struct CutterInputs {
-  Shared<Task> task;
+  Shared<Requirements> requirements;
 
-  /// Compares what teeth depend on, as both gears are cut with it.
+  /// Compares what the teeth of both gears depend on.
   bool operator==(const CutterInputs& other) const;
 };
 
-/// The cutter, its drawing as an SVG document, and one line a gear about the teeth it leaves.
+/// The cutter, its drawing as an SVG document, and one line a gear about the teeth that it leaves.
 struct CutterSheet {
   CutterRack rack;
   std::string drawing;

@@ -18,7 +18,7 @@ std::optional<DrawingInputs> DrawingModule::collect() const {
 
 std::string DrawingModule::compute(const DrawingInputs& inputs, ToothFormCache* /*cache*/) const {
   const PairInputs& pair = inputs.pair;
-  return drawPair(pair.task->requirements, *pair.pinion, *pair.wheel, *pair.mesh, inputs.units);
+  return drawPair(*pair.requirements, *pair.pinion, *pair.wheel, *pair.mesh, inputs.units);
 }
 
 }  // namespace GearPair

@@ -7,6 +7,7 @@ namespace GearPair {
 namespace {
 
 Requirements meshPart(Requirements requirements) {
+  requirements.design = {};
   requirements.faceWidth = 0.0;
   requirements.power = 0.0;
   return requirements;
@@ -15,8 +16,8 @@ Requirements meshPart(Requirements requirements) {
 }  // namespace
 
 bool MeshInputs::operator==(const MeshInputs& other) const {
-  return (task == other.task ||
-          meshPart(task->requirements) == meshPart(other.task->requirements)) &&
+  return (requirements == other.requirements ||
+          meshPart(*requirements) == meshPart(*other.requirements)) &&
          sameValue(pinion, other.pinion) && sameValue(wheel, other.wheel);
 }
 
@@ -32,12 +33,12 @@ std::optional<MeshInputs> MeshModule::collect() const {
   MeshInputs inputs{requirementsModule->getResult(), pinionModule->getResult(),
                     wheelModule->getResult()};
   const bool complete =
-      inputs.task != nullptr && inputs.pinion != nullptr && inputs.wheel != nullptr;
+      inputs.requirements != nullptr && inputs.pinion != nullptr && inputs.wheel != nullptr;
   return complete ? std::make_optional(std::move(inputs)) : std::nullopt;
 }
 
 Mesh MeshModule::compute(const MeshInputs& inputs, ToothFormCache* /*cache*/) const {
-  return computeMesh(inputs.task->requirements, *inputs.pinion, *inputs.wheel);
+  return computeMesh(*inputs.requirements, *inputs.pinion, *inputs.wheel);
 }
 
 }  // namespace GearPair

@@ -6,7 +6,7 @@
 namespace GearPair {
 
 struct MeshInputs {
-  Shared<Task> task;
+  Shared<Requirements> requirements;
   Shared<ToothForm> pinion;
   Shared<ToothForm> wheel;
 

@@ -6,17 +6,17 @@ namespace GearPair {
 
 /// The finished pair: what the steps behind the mesh are computed from.
 struct PairInputs {
-  Shared<Task> task;
+  Shared<Requirements> requirements;
   Shared<ToothForm> pinion;
   Shared<ToothForm> wheel;
   Shared<Mesh> mesh;
 
   bool isComplete() const {
-    return task != nullptr && pinion != nullptr && wheel != nullptr && mesh != nullptr;
+    return requirements != nullptr && pinion != nullptr && wheel != nullptr && mesh != nullptr;
   }
 
   bool operator==(const PairInputs& other) const {
-    return sameValue(task, other.task) && sameValue(pinion, other.pinion) &&
+    return sameValue(requirements, other.requirements) && sameValue(pinion, other.pinion) &&
            sameValue(wheel, other.wheel) && sameValue(mesh, other.mesh);
   }
 };

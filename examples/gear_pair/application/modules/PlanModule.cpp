@@ -5,7 +5,7 @@
 namespace GearPair {
 
 bool PlanInputs::operator==(const PlanInputs& other) const {
-  return sameValue(task, other.task) && sameValue(pinion, other.pinion) &&
+  return sameValue(requirements, other.requirements) && sameValue(pinion, other.pinion) &&
          sameValue(wheel, other.wheel) && units == other.units;
 }
 
@@ -23,14 +23,13 @@ std::optional<PlanInputs> PlanModule::collect() const {
   PlanInputs inputs{requirementsModule->getResult(), pinionModule->getResult(),
                     wheelModule->getResult(), designValues->units};
   const bool complete =
-      inputs.task != nullptr && inputs.pinion != nullptr && inputs.wheel != nullptr;
+      inputs.requirements != nullptr && inputs.pinion != nullptr && inputs.wheel != nullptr;
   return complete ? std::make_optional(std::move(inputs)) : std::nullopt;
 }
 
 std::string PlanModule::compute(const PlanInputs& inputs, ToothFormCache* /*cache*/) const {
   return writeManufacturingPlan(
-      computeManufacturingPlan(inputs.task->requirements, *inputs.pinion, *inputs.wheel),
-      inputs.units);
+      computeManufacturingPlan(*inputs.requirements, *inputs.pinion, *inputs.wheel), inputs.units);
 }
 
 }  // namespace GearPair

@@ -6,7 +6,7 @@
 namespace GearPair {
 
 struct PlanInputs {
-  Shared<Task> task;
+  Shared<Requirements> requirements;
   Shared<ToothForm> pinion;
   Shared<ToothForm> wheel;
   UnitSystem units = UnitSystem::kMetric;

@@ -14,8 +14,9 @@ std::optional<DesignInput> RequirementsModule::collect() const {
   return withLoad(designValues->input, Load{});
 }
 
-Task RequirementsModule::compute(const DesignInput& values, ToothFormCache* /*cache*/) const {
-  return {values, deriveRequirements(values)};
+Requirements RequirementsModule::compute(const DesignInput& values,
+                                         ToothFormCache* /*cache*/) const {
+  return deriveRequirements(values);
 }
 
 }  // namespace GearPair

@@ -6,22 +6,14 @@
 
 namespace GearPair {
 
-/// The values that the design task was derived from, and the task itself, both without load.
-struct Task {
-  DesignInput values;
-  Requirements requirements;
-
-  bool operator==(const Task&) const = default;
-};
-
 /// The first step: derives the design task from the values of the designer, the load left out.
-class RequirementsModule final : public StepModule<DesignInput, Task> {
+class RequirementsModule final : public StepModule<DesignInput, Requirements> {
  public:
   explicit RequirementsModule(Shared<DesignValues> values);
 
  private:
   std::optional<DesignInput> collect() const override;
-  Task compute(const DesignInput& values, ToothFormCache* cache) const override;
+  Requirements compute(const DesignInput& values, ToothFormCache* cache) const override;
 
   Shared<DesignValues> designValues;
 };

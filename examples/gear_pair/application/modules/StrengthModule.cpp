@@ -17,7 +17,7 @@ std::optional<StrengthInputs> StrengthModule::collect() const {
 LoadedPair StrengthModule::compute(const StrengthInputs& inputs, ToothFormCache* /*cache*/) const {
   const PairInputs& pair = inputs.pair;
   LoadedPair loaded;
-  loaded.requirements = deriveRequirements(withLoad(pair.task->values, inputs.load));
+  loaded.requirements = deriveRequirements(withLoad(pair.requirements->design, inputs.load));
   loaded.strength = computeStrength(loaded.requirements, *pair.pinion, *pair.wheel, *pair.mesh);
   return loaded;
 }

@@ -13,7 +13,7 @@ struct StrengthInputs {
   bool operator==(const StrengthInputs&) const = default;
 };
 
-/// The task with its load, and how the pair stands up to it.
+/// The requirements with their load, and how the pair stands up to it.
 struct LoadedPair {
   Requirements requirements;
   Strength strength;

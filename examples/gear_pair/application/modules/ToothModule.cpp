@@ -7,7 +7,8 @@
 namespace GearPair {
 
 bool ToothInputs::operator==(const ToothInputs& other) const {
-  return task == other.task || teethPart(task->requirements) == teethPart(other.task->requirements);
+  return requirements == other.requirements ||
+         teethPart(*requirements, member) == teethPart(*other.requirements, member);
 }
 
 ToothModule::ToothModule(Member gear, std::shared_ptr<const RequirementsModule> requirements)
@@ -27,18 +28,19 @@ Shared<ToothMeasures> ToothModule::measure() const {
     return nullptr;
   }
   return std::make_shared<const ToothMeasures>(
-      measureTeeth(getComputedFrom()->task->requirements, *getResult()));
+      measureTeeth(*getComputedFrom()->requirements, *getResult()));
 }
 
 bool ToothModule::isUpToDate() const { return measures != nullptr && StepModule::isUpToDate(); }
 
 std::optional<ToothInputs> ToothModule::collect() const {
-  auto task = requirementsModule->getResult();
-  return task == nullptr ? std::nullopt : std::make_optional(ToothInputs{std::move(task)});
+  auto requirements = requirementsModule->getResult();
+  return requirements == nullptr ? std::nullopt
+                                 : std::make_optional(ToothInputs{std::move(requirements), member});
 }
 
 ToothForm ToothModule::compute(const ToothInputs& inputs, ToothFormCache* cache) const {
-  return *toothForm(cache, inputs.task->requirements, member);
+  return *toothForm(cache, *inputs.requirements, member);
 }
 
 }  // namespace GearPair

@@ -7,10 +7,10 @@
 namespace GearPair {
 
 struct ToothInputs {
-  Shared<Task> task;
+  Shared<Requirements> requirements;
+  Member member = Member::kPinion;
 
-  /// Compares what teeth depend on. A gear's teeth depend on its mate, too: the tip circles of both
-  /// follow the centre distance, and the mate decides how deep the flanks are used.
+  /// Compares what the teeth of that gear depend on; see teethPart().
   bool operator==(const ToothInputs& other) const;
 };
 
