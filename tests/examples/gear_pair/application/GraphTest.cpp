@@ -1,11 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <set>
 
 #include "tessaril/graph/ApplyGraph.h"
+#include "tests/examples/gear_pair/application/TemporaryFile.h"
 #include "tests/examples/gear_pair/application/TestSession.h"
 #include "tests/support/GraphInvariants.h"
 #include "tests/support/GraphText.h"
@@ -73,25 +72,21 @@ TEST(Graph, HasOneModuleWithSharedResourcesAndStepsOfDifferentSpeed) {
 
 TEST(Graph, IsWrittenAsTextWithThePathsOfTheModules) {
   const DesignSession session = inlineSession();
-  const auto file = std::filesystem::path(testing::TempDir()) / "gear_pair_graph.txt";
-  ApplyGraph::write(session.design()->report(), file.string());
-  std::ifstream stream(file);
-  std::ostringstream text;
-  text << stream.rdbuf();
-  std::filesystem::remove(file);
-  EXPECT_THAT(text.str(), testing::HasSubstr("Node:\n"
-                                             "=====\n"
-                                             "Name: mesh  AbsolutePath: /design/mesh\n"
-                                             "  Previous Nodes:\n"
-                                             "  ---------------\n"
-                                             "    Name: pinion  AbsolutePath: /design/pinion\n"
-                                             "    Name: wheel  AbsolutePath: /design/wheel\n"
-                                             "  Next Nodes:\n"
-                                             "  -----------\n"
-                                             "    Name: strength  AbsolutePath: "
-                                             "/design/strength\n"
-                                             "    Name: drawing (S) AbsolutePath: "
-                                             "/design/drawing\n"));
+  const TemporaryFile file("gear_pair_graph.txt");
+  ApplyGraph::write(session.design()->report(), file.name());
+  EXPECT_THAT(file.content(), testing::HasSubstr("Node:\n"
+                                                 "=====\n"
+                                                 "Name: mesh  AbsolutePath: /design/mesh\n"
+                                                 "  Previous Nodes:\n"
+                                                 "  ---------------\n"
+                                                 "    Name: pinion  AbsolutePath: /design/pinion\n"
+                                                 "    Name: wheel  AbsolutePath: /design/wheel\n"
+                                                 "  Next Nodes:\n"
+                                                 "  -----------\n"
+                                                 "    Name: strength  AbsolutePath: "
+                                                 "/design/strength\n"
+                                                 "    Name: drawing (S) AbsolutePath: "
+                                                 "/design/drawing\n"));
 }
 
 TEST(Graph, IsGoneWithItsDesign) {

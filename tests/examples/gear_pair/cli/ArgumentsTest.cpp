@@ -1,0 +1,87 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "examples/gear_pair/cli/Arguments.h"
+
+namespace GearPair {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::vector<Action> actionsOf(const std::vector<std::string>& words) {
+  std::vector<Action> actions;
+  for (const Step& step : parseArguments(words).steps) {
+    actions.push_back(step.action);
+  }
+  return actions;
+}
+
+std::string complaintAbout(const std::vector<std::string>& words) {
+  try {
+    parseArguments(words);
+  } catch (const UsageError& e) {
+    return e.what();
+  }
+  return "none";
+}
+
+TEST(Arguments, MakeOneUpdateAndATableByThemselves) {
+  EXPECT_THAT(actionsOf({"pair.gear"}), ElementsAre(Action::kUpdate, Action::kTable));
+}
+
+TEST(Arguments, UpdateBetweenChangesAndOutputs) {
+  EXPECT_THAT(
+      actionsOf(
+          {"pair.gear", "--report", "-", "--set", "torque=1", "--figures", "--skip", "drawing"}),
+      ElementsAre(Action::kSet, Action::kSkip, Action::kUpdate, Action::kReport, Action::kFigures));
+}
+
+TEST(Arguments, KeepTheOrderOfAScriptWithRuns) {
+  EXPECT_THAT(actionsOf({"--update", "pair.gear", "--table", "--set", "torque=1", "--undo"}),
+              ElementsAre(Action::kUpdate, Action::kTable, Action::kSet, Action::kUndo));
+  EXPECT_THAT(actionsOf({"pair.gear", "--set", "torque=1", "--up-to", "mesh"}),
+              ElementsAre(Action::kSet, Action::kUpTo, Action::kTable));
+}
+
+TEST(Arguments, CarryTheWordsOfTheSteps) {
+  const Arguments arguments =
+      parseArguments({"pair.gear", "--up-to", "mesh", "--threads", "0", "--horizon"});
+  EXPECT_EQ(arguments.designFile, "pair.gear");
+  EXPECT_EQ(arguments.steps[0].argument, "mesh");
+  EXPECT_EQ(arguments.threads, 0U);
+  EXPECT_TRUE(arguments.horizon);
+  EXPECT_FALSE(arguments.help);
+}
+
+TEST(Arguments, NeedNoFileForHelp) {
+  EXPECT_TRUE(parseArguments({"--help"}).help);
+  EXPECT_TRUE(parseArguments({"-h"}).help);
+}
+
+TEST(Arguments, AreRefusedInOneSentence) {
+  EXPECT_EQ(complaintAbout({}), "a design file is missing; try 'gear_pair DESIGN.gear', or --help");
+  EXPECT_EQ(complaintAbout({"a.gear", "b.gear"}),
+            "one design file is enough: 'a.gear' and 'b.gear' are two");
+  EXPECT_EQ(complaintAbout({"a.gear", "--updat"}),
+            "there is no option '--updat'; did you mean --update?");
+  EXPECT_EQ(complaintAbout({"a.gear", "--xyzzy"}), "there is no option '--xyzzy'; see --help");
+  EXPECT_EQ(complaintAbout({"a.gear", "--set"}), "--set needs NAME=VALUE behind it");
+  EXPECT_EQ(complaintAbout({"a.gear", "--up-to", "--table"}), "--up-to needs a module behind it");
+  for (const char* count : {"two", "-1", "65", "1.5", ""}) {
+    EXPECT_THAT(complaintAbout({"a.gear", "--threads", count}), HasSubstr("--threads needs"))
+        << count;
+  }
+}
+
+TEST(Arguments, AreAllInTheHelpText) {
+  for (const char* option :
+       {"--set",     "--unit-system", "--freeze", "--unfreeze", "--skip",    "--unskip", "--update",
+        "--up-to",   "--undo",        "--redo",   "--table",    "--figures", "--report", "--plan",
+        "--drawing", "--cutter",      "--dump",   "--threads",  "--horizon", "--help"}) {
+    EXPECT_THAT(helpText(), HasSubstr(option));
+  }
+}
+
+}  // namespace
+}  // namespace GearPair

@@ -1,0 +1,141 @@
+// Runs the program as a user does: exit codes, and what lands on which stream.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#include "tests/examples/gear_pair/application/TemporaryFile.h"
+
+namespace GearPair {
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+struct Result {
+  int exitCode = -1;
+  std::string output;
+  std::string errors;
+};
+
+std::string readAll(std::FILE* stream) {
+  std::string text;
+  std::array<char, 4096> buffer{};
+  while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), stream)) {
+    text.append(buffer.data(), count);
+  }
+  return text;
+}
+
+/// Runs "gear_pair ARGUMENTS" in a shell.
+Result gearPair(const std::string& arguments) {
+  const TemporaryFile errors("errors.txt");
+  const std::string command =
+      std::string("'") + GEAR_PAIR_PROGRAM + "' " + arguments + " 2>'" + errors.name() + "'";
+  Result result;
+  std::FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) {
+    ADD_FAILURE() << "cannot run " << command;
+    return result;
+  }
+  result.output = readAll(pipe);
+  const int status = pclose(pipe);
+  result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  result.errors = errors.content();
+  return result;
+}
+
+const std::string kDesign = std::string("'") + GEAR_PAIR_DESIGNS_DIR + "/spur_pair.gear'";
+
+bool hasControlCharacters(const std::string& text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](char c) { return c != '\n' && static_cast<unsigned char>(c) < 0x20; });
+}
+
+TEST(Program, UpdatesADesignAndPrintsTheTable) {
+  const Result result = gearPair(kDesign);
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.output, StartsWith("module        chain    active  consistent"));
+  EXPECT_THAT(result.output, HasSubstr("mesh          main     yes     yes         yes       -    "
+                                       "   -        applied on a worker\n"));
+  EXPECT_THAT(result.output, HasSubstr("auto-applied\n"));
+}
+
+TEST(Program, UsesNoControlCharactersWhereThereIsNoTerminal) {
+  const Result result = gearPair(kDesign);
+  EXPECT_FALSE(hasControlCharacters(result.output));
+  EXPECT_FALSE(hasControlCharacters(result.errors));
+  EXPECT_THAT(result.errors, StartsWith("[  0 %] requirements\n"));
+  EXPECT_THAT(result.errors, HasSubstr("[100 %] done\n"));
+}
+
+TEST(Program, GivesTheSameInlineAndOnWorkers) {
+  const std::string script = kDesign + " --report - --plan - --figures --threads ";
+  const Result reference = gearPair(script + "0");
+  EXPECT_EQ(reference.exitCode, 0);
+  for (const char* threads : {"1", "4"}) {
+    const Result result = gearPair(script + threads);
+    EXPECT_EQ(result.output, reference.output);
+    EXPECT_EQ(result.errors, reference.errors);
+  }
+}
+
+TEST(Program, ExitsWithOneWhereTheDesignCannotBeMade) {
+  const Result result = gearPair(kDesign + " --set pinion_teeth=8");
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.errors, HasSubstr("gear_pair: Pinion failed: The pinion with 8 teeth"));
+}
+
+class BadUsage : public testing::TestWithParam<std::pair<std::string, std::string>> {};
+
+TEST_P(BadUsage, GetsOneLineAndExitsWithTwo) {
+  const auto& [arguments, message] = GetParam();
+  const Result result = gearPair(arguments);
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.output, "");
+  EXPECT_EQ(result.errors, "gear_pair: " + message + "\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BadUsage,
+    testing::Values(
+        std::pair{std::string(),
+                  std::string("a design file is missing; try 'gear_pair DESIGN.gear', or --help")},
+        std::pair{kDesign + " --redoo",
+                  std::string("there is no option '--redoo'; did you mean --redo?")},
+        std::pair{kDesign + " --set torqe=3",
+                  std::string("torqe=3: unknown value 'torqe'; did you mean 'torque'?")},
+        std::pair{kDesign + " --update --up-to wheels",
+                  std::string("there is no module 'wheels'; choose requirements, pinion, wheel, "
+                              "mesh, cutter, strength, drawing, report or plan")}));
+
+TEST(Program, NamesFileAndLineOfABadDesign) {
+  const TemporaryFile file("bad.gear");
+  std::ofstream(file.name()) << "module = 2.5 mm\npinion_teeth = many\n";
+  const Result result = gearPair("'" + file.name() + "'");
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_THAT(result.errors, MatchesRegex("gear_pair: [^\n]*bad.gear:2: [^\n]*\n"));
+}
+
+TEST(Program, NamesAFileThatIsNotThere) {
+  const Result result = gearPair("nowhere.gear");
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_THAT(result.errors, MatchesRegex("gear_pair: nowhere.gear[^\n]*\n"));
+}
+
+TEST(Program, ExplainsItself) {
+  const Result result = gearPair("--help");
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.output, HasSubstr("Examples\n  gear_pair pair.gear\n"));
+  EXPECT_EQ(result.errors, "");
+}
+
+}  // namespace
+}  // namespace GearPair

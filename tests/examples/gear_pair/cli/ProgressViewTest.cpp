@@ -1,0 +1,54 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "examples/gear_pair/cli/ProgressView.h"
+#include "tests/examples/gear_pair/application/TestSession.h"
+
+namespace GearPair {
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+
+constexpr char kEscape = '\x1b';
+
+TEST(ProgressView, WritesAPlainLineForEachStepWhereThereIsNoTerminal) {
+  DesignSession session = inlineSession();
+  const auto update = session.makeUpdate(session.design()->report(), false);
+  std::ostringstream stream;
+  ProgressView view(*update, stream, false);
+  session.run(update);
+  view.finish("done");
+  std::istringstream lines(stream.str());
+  std::vector<std::string> names;
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_THAT(line, MatchesRegex("\\[ *[0-9]+ %\\] [a-z ()]+"));
+    names.push_back(line.substr(8));
+  }
+  EXPECT_THAT(names, testing::ElementsAre("requirements", "pinion", "cutter (auto apply)", "wheel",
+                                          "mesh", "drawing (auto apply)", "strength", "report",
+                                          "plan (auto apply)", "done"));
+  EXPECT_THAT(stream.str(), HasSubstr("[100 %] done\n"));
+  EXPECT_EQ(stream.str().find(kEscape), std::string::npos);
+  EXPECT_EQ(stream.str().find('\r'), std::string::npos);
+}
+
+TEST(ProgressView, DrawsABarAgainInPlaceOnATerminal) {
+  DesignSession session = inlineSession();
+  const auto update = session.makeUpdate(session.design()->report(), false);
+  std::ostringstream stream;
+  ProgressView view(*update, stream, true);
+  session.run(update);
+  EXPECT_EQ(stream.str().find('\n'), std::string::npos) << "one line while it runs";
+  EXPECT_THAT(stream.str(), HasSubstr("\r\x1b[2K[..............................]   0 %  "));
+  EXPECT_THAT(stream.str(), HasSubstr("  mesh"));
+  view.finish("done");
+  const std::string last = "\r\x1b[2K[##############################] 100 %  done\n";
+  EXPECT_TRUE(stream.str().ends_with(last)) << stream.str();
+}
+
+}  // namespace
+}  // namespace GearPair
