@@ -739,8 +739,7 @@ TEST_F(RemoveFork, LooksAtTheWholeChainFromItsFirstModuleOn) {
   EXPECT_EQ(TestSupport::marksText(*m("S")), "fork");
 }
 
-TEST_F(RemoveFork, FollowsTheChainPastAMergeOfItsOwn) {
-  // The chain's next module is the first one with its chain id, whatever else stands before it.
+TEST_F(RemoveFork, CountsAnEntryThatStandsTwice) {
   given("A -> S:s[fork] -> T:s -> C; A -> C; S ->. T");
   ApplyGraph::removeFork(m("T"), m("C"));
   EXPECT_EQ(TestSupport::marksText(*m("S")), "fork");

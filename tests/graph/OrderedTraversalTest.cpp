@@ -238,6 +238,12 @@ TEST(ModuleRange, DoesNotWaitForWhatLiesBehindTheEnd) {
 TEST(ModuleRange, EndsEarlyAtACircle) {
   EXPECT_EQ(range(graph("A -> B -> C -> B; A -> D; C -> E"), "A", "~"), "A D");
   EXPECT_EQ(range(graph("A -> B -> A"), "A", "~"), "");
+  EXPECT_EQ(range(graph("A .-> A; A -> B"), "A", "~"), "");
+}
+
+// X is a dependency of the end by way of the start only: what lies behind the start does not count.
+TEST(ModuleRange, LeavesOutDependenciesOfTheStart) {
+  EXPECT_EQ(range(graph("A -> E; A -> X .-> P .-> A"), "A", "E"), "A E");
 }
 
 TEST(ModuleRange, VisitsWhatIsLinkedTwiceOnce) {
@@ -339,6 +345,14 @@ TEST(ModuleFullRange, WhoseEndIsNotReachedIsAllOffTheWay) {
   EXPECT_EQ(fullRange(graph("A -> B -> C; X"), "A", "X"), "A (B) (C)");
 }
 
+TEST(ModuleFullRange, MarksDependenciesOfTheStart) {
+  EXPECT_EQ(fullRange(graph("A -> E; A -> X .-> P .-> A"), "A", "E"), "A E (X)");
+}
+
+TEST(ModuleFullRange, DoesNotWaitForWhatLiesBehindTheEnd) {
+  EXPECT_EQ(fullRange(graph("A -> B -> C -> D .-> B"), "A", "C"), "A B C");
+}
+
 TEST(ModuleFullRange, WhoseStartLiesBehindTheEndKeepsTheStart) {
   EXPECT_EQ(fullRange(graph("E -> A -> B; A -> C"), "A", "E"), "A");
 }
@@ -426,6 +440,7 @@ TEST(PreviousModules, DoNotGoFurtherBackFromWhereTheCallbackSaysNo) {
 TEST(PreviousModules, EndEarlyAtACircle) {
   EXPECT_EQ(previousModules(graph("A -> B -> A; B -> C; D -> C"), "C"), "D");
   EXPECT_EQ(previousModules(graph("A -> B -> A"), "A"), "");
+  EXPECT_EQ(previousModules(graph("P -> A ->. A"), "A"), "");
 }
 
 TEST(PreviousModules, PassOverDeadEntriesAndDuplicates) {

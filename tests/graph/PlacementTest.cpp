@@ -125,6 +125,14 @@ TEST_F(AddToChain, ReadsTheChainOfTheStart) {
   EXPECT_EQ(shown(), "S:s -> E:e -> C:s; A:s -> B:e; A -> S");
 }
 
+TEST_F(AddToChain, CutsTheOldLinksInTheChainOfTheStart) {
+  given("S:s -> E:e -> X:e; E -> Y:s; W:e -> S; A:s");
+  placeSubGraph("A");
+  EXPECT_EQ(g.names(m("E")->getNextApplyModules()), "X");
+  EXPECT_EQ(g.names(m("S")->getPreviousApplyModules()), "W A");
+  shown();
+}
+
 TEST_F(AddToChain, WithoutAnchorOnlyCutsTheOldLinks) {
   given("P -> M -> N; M -> (X):x");
   placeModule("~");
@@ -372,7 +380,7 @@ TEST_F(Merge, FollowsAllPreviousModulesAndLeadsIntoNext) {
 }
 
 TEST_F(Merge, TakesOverTheSuccessorsInItsChain) {
-  given("A -> P -> X; P -> (S):s; P -> Y; F:f -> Q:f -> R:f; N:n; M");
+  given("A -> P -> X; P -> Y; P -> (S):s; F:f -> Q:f -> R:f; N:n; M");
   mergeModule({"P", "Q"}, "N");
   EXPECT_EQ(g.names(m("P")->getNextApplyModules()), "S M");
   EXPECT_EQ(g.names(m("M")->getNextApplyModules()), "X Y N");

@@ -243,6 +243,14 @@ TEST_F(InsertSubGraphBefore, WithNullChangesNothing) {
   EXPECT_EQ(calls(), "");
 }
 
+TEST_F(InsertSubGraphBefore, IsPartlyDoneWhenAHookThrows) {
+  given("S -> E; P -> (A)");
+  failing = "E";
+  EXPECT_THROW(ApplyGraph::insertSubGraphBefore(m("S"), m("E"), m("A")), std::runtime_error);
+  EXPECT_EQ(shown({"E -> A is not known to A", "P -> A is not known to P"}),
+            "S -> E ->. (A); P -> S; P .-> A");
+}
+
 TEST_F(RemoveSubGraph, LinksTheSurroundingsAtTheEndsOfTheirLists) {
   given("P -> S -> I -> E -> N; P -> X; Y -> N");
   ApplyGraph::removeSubGraph(m("S"), m("E"));

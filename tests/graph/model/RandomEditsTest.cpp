@@ -58,8 +58,6 @@ struct Library {
   TestGraph graph;
 };
 
-using M = const Names&;
-
 struct Operation {
   const char* name;
   std::size_t modules;
