@@ -7,26 +7,29 @@ namespace GearPair {
 
 namespace {
 
-std::string spanText(const ToothModule& gear, UnitSystem units) {
-  const auto measures = gear.getMeasures();
-  if (measures == nullptr || measures->spanTeeth == 0) {
-    return "no span";
-  }
-  return "span over " + std::to_string(measures->spanTeeth) + " teeth " +
-         quantityText(measures->spanMeasurement, Quantity::kLength, units);
+constexpr int kNameWidth = 10;
+
+std::string line(const std::string& name, const std::string& figures, bool current) {
+  return padded(name, kNameWidth) + figures + (current ? "" : "  (out of date)") + "\n";
 }
 
 std::string gearText(const ToothModule& gear, UnitSystem units) {
   const auto form = gear.getResult();
-  return form == nullptr ? gear.getName() + " not computed"
-                         : gear.getName() + " " + std::to_string(form->gear.teeth) + " teeth, " +
-                               spanText(gear, units);
+  const auto measures = gear.getMeasures();
+  if (form == nullptr || measures == nullptr) {
+    return gear.getName() + " not computed";
+  }
+  const std::string teeth = gear.getName() + " " + std::to_string(form->gear.teeth) + " teeth";
+  return measures->spanTeeth == 0
+             ? teeth
+             : teeth + ", W" + std::to_string(measures->spanTeeth) + " = " +
+                   quantityText(measures->spanMeasurement, Quantity::kLength, units);
 }
 
 std::string meshText(const MeshModule& module, UnitSystem units) {
   const auto mesh = module.getResult();
   return mesh == nullptr
-             ? "mesh not computed"
+             ? "not computed"
              : "centre distance " + quantityText(mesh->centreDistance, Quantity::kLength, units) +
                    ", contact ratio " + fixedText(mesh->contactRatio, 3);
 }
@@ -34,7 +37,7 @@ std::string meshText(const MeshModule& module, UnitSystem units) {
 std::string strengthText(const StrengthModule& module, UnitSystem units) {
   const auto loaded = module.getResult();
   return loaded == nullptr
-             ? "strength not computed"
+             ? "not computed"
              : "torque " +
                    quantityText(loaded->requirements.pinionTorque, Quantity::kTorque, units) +
                    ", root safety " + fixedText(loaded->strength.pinion.safety, 3) + " and " +
@@ -45,8 +48,13 @@ std::string strengthText(const StrengthModule& module, UnitSystem units) {
 
 std::string keyFigures(const GearPairDesign& design) {
   const UnitSystem units = design.getValues().units;
-  return gearText(*design.pinion(), units) + "; " + gearText(*design.wheel(), units) + "; " +
-         meshText(*design.mesh(), units) + "; " + strengthText(*design.strength(), units);
+  const ToothModule& pinion = *design.pinion();
+  const ToothModule& wheel = *design.wheel();
+  return line("gears", gearText(pinion, units) + "; " + gearText(wheel, units),
+              pinion.offersUsableResult() && wheel.offersUsableResult()) +
+         line("mesh", meshText(*design.mesh(), units), design.mesh()->offersUsableResult()) +
+         line("strength", strengthText(*design.strength(), units),
+              design.strength()->offersUsableResult());
 }
 
 }  // namespace GearPair

@@ -36,6 +36,7 @@ const std::map<std::string, Option>& stepOptions() {
       {"--drawing", {Action::kDrawing, "a file"}},
       {"--cutter", {Action::kCutter, "a file"}},
       {"--dump", {Action::kDump, "a file"}},
+      {"--say", {Action::kSay, "a text"}},
   };
   return options;
 }
@@ -165,12 +166,13 @@ Runs
 
 Outputs
   --table                  all modules, their flags, and what the last run did
-  --figures                the main figures in one line
+  --figures                the main figures
   --report FILE|-          the report; - is the standard output
   --plan FILE|-            the manufacturing plan
   --drawing FILE.svg       the pair in mesh
   --cutter FILE.svg        the cutter of both gears
   --dump FILE.txt          the graph of modules as text
+  --say TEXT               that text, as a heading in a long script
 
 Settings
   --threads N              worker threads, 1 unless given; 0 runs inline

@@ -35,6 +35,7 @@ enum class Action {
   kDrawing,
   kCutter,
   kDump,
+  kSay,
 };
 
 struct Step {

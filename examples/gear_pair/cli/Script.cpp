@@ -206,7 +206,10 @@ void Script::write(const Step& step) {
       writeTable();
       break;
     case Action::kFigures:
-      console.out << keyFigures(design) << std::endl;
+      console.out << keyFigures(design) << std::flush;
+      break;
+    case Action::kSay:
+      console.out << step.argument << std::endl;
       break;
     case Action::kReport:
       writeText(step, *design.report(), design.report()->getResult());
@@ -240,7 +243,7 @@ void Script::writeCutter(const Step& step) {
 
 void Script::writeTable() {
   console.out << moduleTable(*session.design(), session.getAccount(), console.width);
-  if (lastUpdate != nullptr) {
+  if (lastUpdate != nullptr && lastUpdate->getCache().getMisses() > 0) {
     console.out << cacheText(lastUpdate->getCache()) << "\n";
   }
   console.out << std::flush;

@@ -76,9 +76,10 @@ TEST(Arguments, AreRefusedInOneSentence) {
 
 TEST(Arguments, AreAllInTheHelpText) {
   for (const char* option :
-       {"--set",     "--unit-system", "--freeze", "--unfreeze", "--skip",    "--unskip", "--update",
-        "--up-to",   "--undo",        "--redo",   "--table",    "--figures", "--report", "--plan",
-        "--drawing", "--cutter",      "--dump",   "--threads",  "--horizon", "--help"}) {
+       {"--set",     "--unit-system", "--freeze",  "--unfreeze", "--skip",  "--unskip",
+        "--update",  "--up-to",       "--undo",    "--redo",     "--table", "--figures",
+        "--report",  "--plan",        "--drawing", "--cutter",   "--say",   "--dump",
+        "--threads", "--horizon",     "--help"}) {
     EXPECT_THAT(helpText(), HasSubstr(option));
   }
 }

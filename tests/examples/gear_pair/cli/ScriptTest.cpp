@@ -61,15 +61,30 @@ TEST(Script, ShowsFiguresThatGoBackAndForth) {
   std::vector<std::string> figures;
   std::istringstream lines(run.output());
   for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with("pinion")) {
+    if (line.starts_with("strength")) {
       figures.push_back(line);
     }
   }
   ASSERT_EQ(figures.size(), 4U);
   EXPECT_THAT(figures[0], HasSubstr("torque 100.0 Nm"));
   EXPECT_THAT(figures[1], HasSubstr("torque 300.0 Nm"));
-  EXPECT_EQ(figures[2], figures[0]);
+  EXPECT_EQ(figures[2], figures[0] + "  (out of date)") << "the value is still the new one";
   EXPECT_EQ(figures[3], figures[1]);
+}
+
+TEST(Script, MarksFiguresThatAreOutOfDate) {
+  const ScriptRun fresh({"--update", "--figures"});
+  EXPECT_THAT(fresh.output(), Not(HasSubstr("out of date")));
+  const ScriptRun changed({"--update", "--set", "torque=300Nm", "--figures"});
+  EXPECT_THAT(changed.output(), testing::ContainsRegex("contact ratio [0-9.]+\nstrength"));
+  EXPECT_THAT(changed.output(), testing::ContainsRegex("strength  torque 100.*(out of date)\n"));
+  const ScriptRun nothing({"--up-to", "requirements", "--figures"});
+  EXPECT_THAT(nothing.output(), HasSubstr("gears     pinion not computed; wheel not computed"));
+}
+
+TEST(Script, SaysWhatItIsTold) {
+  const ScriptRun run({"--update", "--say", "Chapter 1", "--figures"});
+  EXPECT_THAT(run.output(), testing::StartsWith("Chapter 1\ngears "));
 }
 
 TEST(Script, NamesTheStepsItTakes) {
