@@ -11,9 +11,8 @@
 
 // The walks, forwards along next lists and backwards along previous lists alike:
 //
-// 1. A stack holds what is still to be visited; it starts with the links of the module that is
-// asked
-//    (or with that module itself).
+// 1. A stack holds what is still to be visited. It starts with the links of the module that is
+//    asked, or with that module itself.
 // 2. The top entry is taken off. One that has expired or has been visited is passed over.
 // 3. The module is visited; the walk ends here if its visitor says so.
 // 4. All its links are pushed in list order, so that the last-listed neighbour, and everything that
@@ -150,14 +149,18 @@ void ApplyModule::setAddToChainInsertMode(const Identifier& chainId, bool transf
 
 void ApplyModule::setStartSideChainInsertMode(const Identifier& chainId,
                                               const Identifier& startChainId) {
-  insertInfo.setInsertMode(ApplyModuleInsertInfo::StartSideChain);
-  insertInfo.setChainId(chainId);
-  insertInfo.setStartChainId(startChainId);
+  setChainStart(ApplyModuleInsertInfo::StartSideChain, chainId, startChainId);
 }
 
 void ApplyModule::setStartForkInsertMode(const Identifier& chainId,
                                          const Identifier& startChainId) {
-  insertInfo.setInsertMode(ApplyModuleInsertInfo::StartFork);
+  setChainStart(ApplyModuleInsertInfo::StartFork, chainId, startChainId);
+}
+
+// By value: the start chain may well be the module's own chain so far, which is overwritten first.
+void ApplyModule::setChainStart(ApplyModuleInsertInfo::ApplyGraphInsertMode mode,
+                                Identifier chainId, Identifier startChainId) {
+  insertInfo.setInsertMode(mode);
   insertInfo.setChainId(chainId);
   insertInfo.setStartChainId(startChainId);
 }

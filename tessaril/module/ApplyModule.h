@@ -85,8 +85,8 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
 
   // Policy questions of the update engine
 
-  /// True if the module needs a full apply. `isEndModule` is true for the last module of an update.
-  /// False here.
+  /// True if the module needs a full apply. `isEndModule` is true for the last module of an update
+  /// and for the module whose isDependencyGraphApplyRequired() is asked. False here.
   virtual bool isApplyNecessary(bool isEndModule) const;
   /// True if a full apply can be made now. False here.
   virtual bool isApplyPossible() const;
@@ -96,11 +96,13 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   virtual bool isAutoApplyPossible() const;
   /// True if the messages make a full apply necessary. True here unless `info` is empty.
   virtual bool isUpdateInfoRelevant(const ApplyUpdateInfo& info) const;
-  /// True if what follows is auto-applied even where this module stays inconsistent. True here.
+  /// True if what follows is auto-applied even where this module stays inconsistent after its own
+  /// auto apply. True here.
   virtual bool updateAlways() const;
-  /// True if the module's commands use what other modules use as well. False here.
+  /// True if the module's commands use what other modules use as well: its auto apply command is
+  /// never made to run alone, and what follows is auto-applied as with updateAlways(). False here.
   virtual bool usesSharedResources() const;
-  /// False here.
+  /// For update commands of the application; nothing in the library asks it. False here.
   virtual bool enableDesignSwitch() const;
   /// How long an apply usually takes. The normal rate here.
   virtual LegacyProgress::Speed::Rate getSpeedRate() const;
@@ -112,9 +114,11 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   void setApplyCmdFactory(std::shared_ptr<ApplyCmdFactory> factory);
   bool hasApplyCmdFactory() const;
   virtual std::shared_ptr<CommandBase> createApplyCommand(std::shared_ptr<Object> object);
-  /// `mayRunAlone` is handed on to the factory.
+  /// `mayRunAlone` is handed on to the factory unchanged.
   virtual std::shared_ptr<CommandBase> createAutoApplyCommand(std::shared_ptr<Object> object,
                                                               bool mayRunAlone);
+  /// `flag` is handed on to the factory unchanged and means what the application makes of it; the
+  /// library itself passes false.
   virtual std::shared_ptr<CommandBase> createMessageHandlingCmd(
       std::shared_ptr<Object> object, std::shared_ptr<ApplyUpdateMessage> message, bool flag);
 
@@ -183,6 +187,8 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   bool replacePreviousApplyModule(std::shared_ptr<ApplyModule> oldModule,
                                   std::shared_ptr<ApplyModule> newModule);
   void setStartOfSideChain(bool start);
+  void setChainStart(ApplyModuleInsertInfo::ApplyGraphInsertMode mode, Identifier chainId,
+                     Identifier startChainId);
 
   void addLink(Links& links, const std::shared_ptr<ApplyModule>& module);
   void removeLink(Links& links, const std::shared_ptr<ApplyModule>& module);

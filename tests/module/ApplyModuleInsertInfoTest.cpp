@@ -170,6 +170,22 @@ TEST(InsertModeSetterTest, StartForkKeepsTransferChains) {
   EXPECT_TRUE(transfersChains(*module));
 }
 
+TEST(InsertModeSetterTest, TheChainSoFarMayBeHandedInAsTheStartChain) {
+  const auto module = filledModule();
+  module->setStartSideChainInsertMode(kB, module->getChainId());
+  EXPECT_EQ(module->getChainId(), kB);
+  EXPECT_EQ(module->getStartChainId(), kA);
+  module->setStartForkInsertMode(kC, module->getChainId());
+  EXPECT_EQ(module->getChainId(), kC);
+  EXPECT_EQ(module->getStartChainId(), kB);
+  module->setStartForkInsertMode(module->getStartChainId(), module->getChainId());
+  EXPECT_EQ(module->getChainId(), kB);
+  EXPECT_EQ(module->getStartChainId(), kC);
+  module->setMergeForkInsertMode(module->getMergeChainIds(), module->getStartChainId());
+  EXPECT_EQ(module->getChainId(), kC);
+  EXPECT_THAT(module->getMergeChainIds(), ElementsAre(kC));
+}
+
 TEST(InsertModeSetterTest, MergeForkTakesTheMergeChainIdsFirst) {
   const auto module = filledModule();
   module->setMergeForkInsertMode({kC, Identifier()}, kB);
