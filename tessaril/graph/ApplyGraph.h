@@ -89,13 +89,17 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
   /// itself.
   static void replace(std::shared_ptr<ApplyModule> oldModule,
                       std::shared_ptr<ApplyModule> newModule);
-  /// Links `from`, the last module of a chain, into `to`, which becomes a merge. A side chain that
-  /// hangs on exactly one module thereby becomes a fork; its start-of-side-chain flag is left.
+  /// Links `from`, the last module of a chain, into `to`, which becomes a merge. If the first
+  /// module of that chain is in StartSideChain mode and its previous list has exactly one entry, a
+  /// live one, it changes to StartFork mode, off the chain of the module that the entry names. Its
+  /// start-of-side-chain flag is left.
   static void addFork(std::shared_ptr<ApplyModule> from, std::shared_ptr<ApplyModule> to);
-  /// Takes that link out again. `to` becomes an ordinary module of its chain when one entry of its
-  /// previous list is left, and the fork a side chain when none of its modules had a second next
-  /// entry. Entries count whether they are live or not. Requires: a previous module of `to` has
-  /// from's chain id.
+  /// Takes out the link to `to` from its first live previous module with from's chain id, normally
+  /// `from` itself; without one, nothing changes. `to` becomes an ordinary module of its chain,
+  /// without transfer request, when exactly one entry of its previous list is left. A first module
+  /// in StartFork mode with exactly one previous entry, a live one, changes back to StartSideChain
+  /// mode, unless it is of the main chain, or a module of its chain had a second next entry while
+  /// the link was there. All entries count, live or not.
   static void removeFork(std::shared_ptr<ApplyModule> from, std::shared_ptr<ApplyModule> to);
 
   // Edits of a sub-graph, given by its first and its last module; the links inside are not touched.
@@ -138,21 +142,26 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
   /// - AddToChain: links of `start` and `end` within the chain are cut; then the sub-graph goes
   ///   between `anchor` and its successor in the chain. With the transfer-chains request it takes
   ///   over all next modules of `anchor` instead, and the request is used up.
-  /// - StartSideChain, StartFork: if no module of the chain follows `anchor`, `start` is appended
-  /// to
-  ///   anchor's next modules; only a side chain's start is flagged. Else the sub-graph goes before
-  ///   that module, takes its flag, and the module becomes an ordinary one of its chain where it
-  ///   was in StartSideChain mode or a fork is placed.
+  /// - StartSideChain, StartFork: if no module of the chain follows `anchor`, `start` joins the
+  ///   next modules of `anchor` as in insert(); only a side chain's start is flagged. Else the
+  ///   sub-graph goes before that module, takes its flag, and the module becomes an ordinary one of
+  ///   its chain where it was in StartSideChain mode or a fork is placed. If that module is `start`
+  ///   itself, nothing changes.
   /// - MergeFork: nothing; see the other overload.
   ///
-  /// Requires: the sub-graph is not yet in place at `anchor`; placing it there again follows the
-  /// same steps and links modules with themselves or twice.
+  /// Without an `anchor`, AddToChain only cuts the old links and uses up the request, and the start
+  /// of a chain only gets or loses its flag.
+  ///
+  /// Requires, for AddToChain: the sub-graph is not yet in place at `anchor`. Placed there again, a
+  /// module loses its successor, and a sub-graph is linked into a circle.
   static void insertSubGraphAccordingToInsertMode(std::shared_ptr<ApplyModule> start,
                                                   std::shared_ptr<ApplyModule> end,
                                                   std::shared_ptr<ApplyModule> anchor);
   /// Places a sub-graph behind several previous modules and in front of `next`, whose former
   /// previous links are cut at both ends. The sub-graph takes over the successors that a previous
   /// module of its own chain has in that chain. Null entries of `previousModules` are passed over.
+  /// Requires: a sub-graph of several modules does not follow a previous module of its own chain
+  /// yet, or its start is taken for that module's successor and hung behind its end, in a circle.
   static void insertSubGraphAccordingToInsertMode(
       std::shared_ptr<ApplyModule> start, std::shared_ptr<ApplyModule> end,
       const std::vector<std::shared_ptr<ApplyModule>>& previousModules,
@@ -163,11 +172,11 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
   // (it lies on or behind a cycle) ends the traversal silently. An empty callback throws
   // std::bad_function_call at its first call. Callbacks must not edit links.
 
-  /// Takes the next ready module off `queue`, or returns null. Entries that are in `visited` are
-  /// dropped. A module is ready when each of its live previous modules is in `visited` or not in
-  /// `scope`. Modules that have to wait go to the back of the queue, in their order, once a ready
-  /// one has been found; when none is ready they are dropped. The caller adds the result to
-  /// `visited`.
+  /// Takes the next ready module off `queue`, or returns null. Entries that are null or in
+  /// `visited` are dropped. A module is ready when each of its live previous modules is in
+  /// `visited` or not in `scope`. Modules that have to wait go to the back of the queue, in their
+  /// order, once a ready one has been found; when none is ready they are dropped. The caller adds
+  /// the result to `visited`.
   static std::shared_ptr<ApplyModule> getNextModuleInOrder(ModuleQueue& queue,
                                                            const ModuleSet& visited,
                                                            const ModuleSet& scope);
@@ -192,8 +201,10 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
 
   // Diagnosis
 
-  /// Writes every module of the graph that `module` belongs to, with its neighbours, to a text
-  /// file, which is replaced. A file that cannot be written is not reported.
+  /// Writes the start of the module's graph and every module that can be reached from there along
+  /// next links, each once with its neighbours, to a text file, which is replaced. They come in the
+  /// order of ApplyModule::forThisAndAllFollowingModules(). A file that cannot be written is not
+  /// reported. For a null `module` no file is touched.
   static void write(std::shared_ptr<const ApplyModule> module, const std::string& fileName);
 
  private:

@@ -48,7 +48,8 @@ class TESSARIL_APPLY_EXPORT ModuleState : public ModuleStateInterface {
   /// Notifies if the flag changes and `sendSignal` is true.
   void setActive(bool value, bool sendSignal) override;
   /// Notifies if the flag changes, `sendSignal` is true and the module is active: an inactive
-  /// module's result concerns nobody until it is activated.
+  /// module's result concerns nobody until it is activated. The active flag itself counts; an
+  /// overridden isActive() is not asked.
   void setConsistent(bool value, bool sendSignal) override;
   /// Notifies under the same conditions as setConsistent().
   void setInputIsOk(bool value, bool sendSignal);

@@ -781,6 +781,14 @@ TEST_F(RemoveFork, OfTheMainChainMakesNoSideChain) {
   EXPECT_EQ(shown(), "R:r -> A[fork<x]; R -> C:c[<main+r]");
 }
 
+TEST_F(RemoveFork, WithoutAForkLinkChangesNothing) {
+  given("A -> S:s[fork]; A -> C[merge<main,transfer]; ~ -> C");
+  const auto before = shown();
+  ApplyGraph::removeFork(m("S"), m("C"));
+  EXPECT_EQ(shown(), before);
+  EXPECT_EQ(calls(), "");
+}
+
 TEST_F(RemoveFork, WithNullChangesNothing) {
   given("~ -> C; A -> S:s[fork] -> ~");
   ApplyGraph::removeFork(nullptr, m("C"));

@@ -133,6 +133,15 @@ TEST(NextModuleInOrder, DropsWhatHasBeenVisited) {
   EXPECT_EQ(Step(g).visitedBefore({"A", "B"}).queued({"A", "B"}).take(), "~ |");
 }
 
+TEST(NextModuleInOrder, DropsNull) {
+  const auto g = graph("A -> B");
+  ModuleQueue queue({nullptr, g["A"], nullptr});
+  EXPECT_EQ(ApplyGraph::getNextModuleInOrder(queue, {}, {}), g["A"]);
+  EXPECT_EQ(queue.size(), 1U);
+  EXPECT_EQ(ApplyGraph::getNextModuleInOrder(queue, {}, {}), nullptr);
+  EXPECT_TRUE(queue.empty());
+}
+
 TEST(NextModuleInOrder, PutsWhatWaitsToTheBack) {
   const auto g = graph("A -> W -> V; B; C");
   EXPECT_EQ(Step(g).queued({"W", "V", "B", "C"}).take(), "B | C W V");

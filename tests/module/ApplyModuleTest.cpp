@@ -41,6 +41,8 @@ concept HasPublicEdits = requires(Module& module) {
 || requires(Module& module) { module.addPreviousApplyModule(nullptr); }
 || requires(Module& module) { module.removeNextApplyModule(nullptr); }
 || requires(Module& module) { module.removePreviousApplyModule(nullptr); }
+|| requires(Module& module) { module.replaceNextApplyModule(nullptr, nullptr); }
+|| requires(Module& module) { module.replacePreviousApplyModule(nullptr, nullptr); }
 || requires(Module& module) { module.setStartOfSideChain(true); };
 static_assert(!HasPublicEdits<ApplyModule>);
 

@@ -149,6 +149,27 @@ TEST(ModuleStateTest, DeactivatingIsNotGatedByTheFlagItClears) {
   EXPECT_EQ(state.log.take(), "signal followers");
 }
 
+// A module that gives itself out as active, or as inactive, is gated by what was set all the same.
+class PretendedState : public NotedState {
+ public:
+  bool isActive() const override { return pretended; }
+  bool pretended = false;
+};
+
+TEST(ModuleStateTest, TheActiveFlagGatesNotWhatAnOverriddenGetterAnswers) {
+  PretendedState active;
+  active.setActive(true, false);
+  active.setConsistent(false, true);
+  EXPECT_EQ(active.log.take(), "signal followers");
+  active.setInputIsOk(false, true);
+  EXPECT_EQ(active.log.take(), "signal followers");
+  PretendedState inactive;
+  inactive.pretended = true;
+  inactive.setConsistent(false, true);
+  inactive.setInputIsOk(false, true);
+  EXPECT_EQ(inactive.log.take(), "");
+}
+
 TEST(ModuleStateTest, ComputedInputIsOkUnlessOverridden) {
   ModuleState state;
   EXPECT_TRUE(state.computeIsInputOk());
