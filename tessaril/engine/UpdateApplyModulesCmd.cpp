@@ -97,9 +97,11 @@ std::string describeUpdate(ApplyModule& end, const std::shared_ptr<Object>& obje
       .toString();
 }
 
+/// Of the list as it is now: what `visit` does may edit it.
 template <typename Visit>
 void forEachLiveNext(const ApplyModule& module, const Visit& visit) {
-  for (const auto& link : module.getNextApplyModules()) {
+  const auto links = module.getNextApplyModules();
+  for (const auto& link : links) {
     if (const auto next = link.lock()) {
       visit(next);
     }

@@ -8,6 +8,7 @@
 
 #include "tessaril/commands/ApplyMacroCmd.h"
 #include "tessaril/engine/ExceptionPolicy.h"
+#include "tests/support/PrivateLinks.h"
 #include "tests/support/ScriptedDesign.h"
 #include "tests/support/ScriptedMessage.h"
 
@@ -122,6 +123,15 @@ TEST_F(GlobalMessagesTest, AreClonesForEveryHandler) {
   const auto first = dataOf(design["V"].madeCommands[0]).getUpdateInfo().getAllUpdateMessages();
   const auto second = dataOf(design["V"].madeCommands[1]).getUpdateInfo().getAllUpdateMessages();
   EXPECT_NE(first, second);
+}
+
+TEST_F(GlobalMessagesTest, ReachAllThatFollowedEvenWhereAHandlerUnlinksItsModule) {
+  design["T"].message.script->whenExecuted = [this](ApplyUpdateInfo&) {
+    TestSupport::PrivateLinks::removeNext(design["S"], design.module("T"));
+  };
+  design.log.hear({EventKind::Step});
+  EXPECT_EQ(design.run("A", "B"),
+            "A:apply S:auto(alone)(g) T:message(g) V:message(g) U:message(g) V:message(g)");
 }
 
 TEST_F(GlobalMessagesTest, DoNotChangeTheMessagesOfTheRun) {
