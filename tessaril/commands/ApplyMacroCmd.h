@@ -25,9 +25,10 @@ class TESSARIL_APPLY_EXPORT ApplyMacroCmd : public MacroCommand, public ApplyMod
   ApplyMacroCmd& operator=(ApplyMacroCmd&& other);
   ~ApplyMacroCmd() override;
 
-  /// Undoes the sub-commands. When one of them fails in the custom undo order, the failure is
-  /// logged, those of the same pass that were undone are executed again, and the exception goes on.
-  /// After a failure in the second pass the storage undos of the first pass stay undone.
+  /// Undoes the sub-commands. When one of them throws a std::exception in the custom undo order, it
+  /// is logged, those of the same pass that were undone are executed again, and the exception goes
+  /// on; when that fails as well, the rest stays undone and the later exception goes on. After a
+  /// failure in the second pass the storage undos of the first pass stay undone.
   void undo() override;
 
   /// False after construction.

@@ -39,6 +39,7 @@ class TESSARIL_APPLY_EXPORT ApplyModuleDataInterface {
 
   /// The messages that the command receives before it runs and leaves behind when it has run.
   ApplyUpdateInfo& getUpdateInfo();
+  /// Replaces the messages by those of `info`, shared, not cloned. `info` may be the command's own.
   void setUpdateInfo(const ApplyUpdateInfo& info);
 
   /// The cache of the running update; an empty reference where there is none. Never kept alive.

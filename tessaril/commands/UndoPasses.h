@@ -38,8 +38,9 @@ struct UndoPasses {
   std::string file;
   RollForward rollForward;
 
-  /// First pass: storage undos from the last command to the first. A failure is logged in the name
-  /// of `operation`, what the pass has undone is executed again, and the exception goes on.
+  /// First pass: storage undos from the last command to the first. A std::exception is logged in
+  /// the name of `operation`, what the pass has undone is executed again, and it goes on; a failure
+  /// of that ends it and takes its place.
   void undoStorageCommands(const std::source_location& operation) const;
   /// Second pass: all others from the first command to the last; a failure in the same way.
   void undoDependentCommands(const std::source_location& operation) const;

@@ -25,19 +25,22 @@ struct UndoPasses;
 /// auto apply is auto-applied at once; any other is told that its state may have changed. A module
 /// off the way to the end has its whole sub-graph auto-applied, once something has been applied.
 /// Before the first full apply of a run nothing is auto-applied or signalled. An optional horizon
-/// module further down makes the run go on behind the end: the sub-graphs of end's next modules are
-/// auto-applied, those modules on the way to the horizon in any case.
+/// module further down makes the run go on behind the end, also where the range applied nothing:
+/// the sub-graphs of end's next modules are auto-applied, whatever their policy answers. A module
+/// on the way to the horizon is passed even if its auto apply leaves it inconsistent.
 ///
-/// The command keeps modules as paths relative to the design object and looks them up anew for each
-/// run. It asks modules questions and sends notifications, but never changes a module's flags: the
-/// modules' commands do that.
+/// A new command holds modules only as paths relative to the design object, and looks them up anew
+/// for each run. After a run it holds the modules of that run until the next run or its own end. It
+/// asks modules questions and sends notifications, but never changes a module's flags: the modules'
+/// commands do that.
 ///
 /// A run: startExecution, then continueExecution for each report of the sub-command, on one thread,
 /// until no sub-command is under way. It ends by finishing the progress, telling the apply cache
 /// and announcing the end with true. A stopped run (cancelled, suppressed, or failed) announces
 /// false after the remaining modules have been auto-applied and signalled; one that was cancelled
-/// or suppressed then announces true as well. A second run starts from the queues and the last
-/// executed module that the run before it left.
+/// or suppressed then ends once more, cache included, and announces true. A run that an exception
+/// leaves announces nothing. A second run starts from the queues and the last executed module that
+/// the run before it left.
 class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand {
  public:
   /// `horizon` may be null. Throws ObjectException when the object, start or end is missing, or
@@ -48,24 +51,28 @@ class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand 
   ~UpdateApplyModulesCmd() override;
 
   /// Undoes the sub-commands of the last run: storage undos from last to first, then all others
-  /// from first to last. When one fails, the failure is logged, everything undone so far is
-  /// executed again and the exception goes on.
+  /// from first to last. When one throws a std::exception, it is logged, everything undone so far
+  /// is executed again and the exception goes on; when that fails as well, the rest stays undone
+  /// and the later exception goes on.
   void undo() override;
 
-  /// Starts a run. True unless a sub-command could not be started. Throws ObjectException, naming
-  /// the path, when the start or end module cannot be found; what modules or auto applies throw
-  /// goes on to the caller; a failure to execute a sub-command goes to handleException().
+  /// Starts a run. Answers what executeSubCommand answers, and true where the run is over at once.
+  /// Throws ObjectException, naming the path, when the start or end module cannot be found; what
+  /// modules throw while the next sub-command is chosen goes on to the caller; a std::exception
+  /// from a sub-command or its start goes to handleException(). A failing auto apply is logged,
+  /// told to the user and otherwise passed over, or thrown on unchanged; see ExceptionPolicy.
   bool startExecution(std::shared_ptr<ThreadManager> threadManager) override;
-  /// Goes on after a report of the sub-command. Does nothing while the sub-command is still
-  /// running.
+  /// Goes on after a report of the sub-command; answers and throws like startExecution(). Does
+  /// nothing and answers true while the sub-command is still running.
   bool continueExecution(std::shared_ptr<ThreadManager> threadManager) override;
 
   /// The module at which the range ends; null before the first startExecution().
   std::shared_ptr<ApplyModule> getEndModule() const;
   /// The module of the last apply command issued, or the one at which the run was stopped; null
-  /// before that.
+  /// before that. A new run does not reset it.
   std::shared_ptr<ApplyModule> getLastExecutedApplyModule() const;
-  /// True from a handled failure until the next startExecution().
+  /// True from a failure of a sub-command, kept or passed on, until the next startExecution(). A
+  /// failing auto apply does not count.
   bool hasExceptionBeenThrown() const;
 
   /// Hooks for derived commands, not asked by this class; false here.
@@ -80,25 +87,32 @@ class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand 
   /// messages and a reference to the apply cache. A command without module data is left alone.
   virtual void prepareApplyCommandAndModule(std::shared_ptr<CommandBase> cmd,
                                             std::shared_ptr<ApplyModule> module);
-  /// Reports a failure of the current sub-command to the log and to the progress.
+  /// Reports a failure of the current sub-command to the log and to the progress. Requires: a
+  /// sub-command has been issued in this run.
   virtual void printLogMessage(std::exception& e);
-  /// True: the run stops at `module` instead of applying it. False here.
+  /// True: the run stops at `module` instead of applying it; its sub-graph is auto-applied. Asked
+  /// of each module that needs a full apply. False here.
   virtual bool isApplySuppressed(std::shared_ptr<ApplyModule> module) const;
-  /// True: the run is cancelled. Asked after each full apply with the module applied, and before
-  /// the first one with each module that is passed over. False here.
+  /// True: the run is cancelled. Asked after each full apply but that of the end, with the module
+  /// applied; before the first one with each module that is passed over; and when a run starts,
+  /// with the last executed module of the run before. False here.
   virtual bool shouldApplyChainBeCanceled(std::shared_ptr<ApplyModule> module) const;
-  /// Decides what a failure of a sub-command does to the run; see ExceptionPolicy. Where the
-  /// failure is passed on, it is as a std::exception with the same text.
+  /// Decides what a failure of a sub-command does to the run; see ExceptionPolicy. Here: throws it
+  /// on as a std::exception with the same text but another type, or calls printLogMessage() and
+  /// stopApply(true). An override that does neither leaves the run without an announced end.
+  /// Requires: a sub-command has been issued in this run.
   virtual void handleException(std::exception& e);
 
   /// True if `module` is on the way to the end, needs and allows a full apply, and the end has not
   /// been reached.
   bool needsFullApply(std::shared_ptr<ApplyModule> module) const;
-  /// Ends the full applies of the run; the remaining modules are auto-applied and signalled. With
-  /// `restoreQueues`, from the moment at which the last apply command was issued, the sub-graph of
-  /// its module included.
+  /// Ends the full applies of the run: the remaining modules are auto-applied and signalled, and
+  /// the end is announced with false. With `restoreQueues`, from the moment at which the last apply
+  /// command was issued (by the run before, if this one has issued none), the sub-graph of the last
+  /// executed module included.
   void stopApply(bool restoreQueues);
-  /// Replaces the cache that the commands of a run share; null for none.
+  /// Replaces the cache that the commands of a run share, and keeps it alive; null for none.
+  /// Commands that are prepared later get a weak reference to it.
   void setApplyCache(std::shared_ptr<ApplyCacheInterface> cache);
 
  private:
