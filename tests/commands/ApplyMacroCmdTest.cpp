@@ -11,6 +11,7 @@
 #include "tests/support/ScriptedCommand.h"
 #include "tests/support/ScriptedDesign.h"
 #include "tests/support/ScriptedMessage.h"
+#include "tests/support/VirtualSlots.h"
 
 namespace Tessaril {
 namespace {
@@ -25,6 +26,7 @@ using TestSupport::makeScriptedCommand;
 using TestSupport::messageTexts;
 using TestSupport::ScriptedApplyCommand;
 using TestSupport::ScriptedCache;
+using TestSupport::slotsOf;
 using TestSupport::whatIsThrownBy;
 
 static_assert(std::is_base_of_v<MacroCommand, ApplyMacroCmd>);
@@ -82,6 +84,14 @@ class ApplyMacroCmdTest : public testing::Test {
 };
 
 // --- Construction -------------------------------------------------------------------------------
+
+TEST_F(ApplyMacroCmdTest, KeepsItsVirtualOperationsInTheirPlaces) {
+  EXPECT_EQ(slotsOf(&TestMacro::execute, &TestMacro::undo, &TestMacro::redo,
+                    &TestMacro::getDescription, &TestMacro::getSpeedRate, &TestMacro::isRedoCapable,
+                    &TestMacro::prepareExecute, &TestMacro::finalizeExecute),
+            (std::vector<std::size_t>{2, 3, 4, 5, 6, 7, 8, 9}));
+  EXPECT_EQ(static_cast<void*>(static_cast<MacroCommand*>(&macro)), &macro);
+}
 
 TEST_F(ApplyMacroCmdTest, StartsEmpty) {
   TestMacro plain;
@@ -351,6 +361,24 @@ TEST_F(ApplyMacroCmdTest, FailsWhereTheUndoTypeCannotBeAskedInTheSecondPass) {
   EXPECT_EQ(undoAndTake(),
             "a~ error{Undo of MacroCommand 'b' failed with exception: what type} a "
             "throws{std: what type}");
+}
+
+// The failure that is passed on is then the latest one: it says what could not be put right.
+TEST_F(ApplyMacroCmdTest, AFailingRollForwardEndsThereAndItsFailureGoesOn) {
+  macro.setUseCustomUndoOrder(true);
+  bool executedBefore = false;
+  addOfTypes({3});
+  add("b", CommandScript{.whenExecuted = [&](ApplyUpdateInfo&) {
+        if (std::exchange(executedBefore, true)) {
+          throw std::out_of_range("not again");
+        }
+      }});
+  addOfTypes({3});
+  add("d", CommandScript{.whenUndone = kBoom});
+  macro.execute();
+  EXPECT_EQ(undoAndTake(),
+            "a~ b~ c~ d~ error{Undo of MacroCommand 'd' failed with exception: boom} a b "
+            "throws{std: not again}");
 }
 
 TEST_F(ApplyMacroCmdTest, LogsTheLogDescriptionInTheNameOfUndo) {

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "reference_platform/translation/Catalogue.h"
 #include "tessaril/engine/ExceptionPolicy.h"
 #include "tests/support/ScriptedDesign.h"
 #include "tests/support/ScriptedMessage.h"
@@ -259,6 +260,17 @@ TEST_F(FailingAutoApplyTest, TellsTheUserAnError) {
   EXPECT_EQ(messages[0], LogMessage("Draw failed with: boom", LogMessage::Error, ""));
 }
 
+TEST_F(FailingAutoApplyTest, TellsTheUserInTheUsersLanguage) {
+  ReferencePlatform::Catalogue catalogue;
+  catalogue.add("UpdateApplyModulesCmd", "%1 failed with: %2", "%2: bei %1");
+  const auto installed = ReferencePlatform::installCatalogue(catalogue);
+  design["B"].autoApply.script->description = "Draw %2";
+  design.log.hear({EventKind::User, EventKind::Error});
+  // The log is for the developers.
+  EXPECT_EQ(design.run("A", "C"),
+            "error{Auto apply failed with exception: boom} user{boom: bei Draw %2}");
+}
+
 TEST_F(FailingAutoApplyTest, LogsInTheNameOfTheOperation) {
   design.run("A", "C");
   ASSERT_EQ(design.recorder.errors().size(), 1U);
@@ -290,6 +302,16 @@ TEST_F(FailingAutoApplyTest, OffTheWayTheModuleIsNotVisitedAndKeepsItsFollowersF
   side["S"].autoApply.script->whenExecuted = kBoom;
   side.log.hear({EventKind::Step, EventKind::Run});
   EXPECT_EQ(side.run("A", "B"), "A:apply S:auto B:apply C:auto S:auto finish(true)");
+}
+
+TEST_F(FailingAutoApplyTest, OffTheWayTheFollowersOfAnInconsistentModuleHearOfIt) {
+  ScriptedDesign side("A -> B; A -> S -> T -> U");
+  side.needApply("A B");
+  side["S"].autoApply.script->whenExecuted = kBoom;
+  side["S"].always = false;
+  side["S"].consistent = false;
+  side.log.hear({EventKind::Step, EventKind::Signal, EventKind::Run});
+  EXPECT_EQ(side.run("A", "B"), "A:apply S:auto(alone) T:signal U:signal B:apply finish(true)");
 }
 
 TEST_F(FailingAutoApplyTest, IsTriedAgainFromAnotherBranch) {

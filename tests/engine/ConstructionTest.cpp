@@ -3,12 +3,14 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "reference_platform/translation/Catalogue.h"
 #include "tessaril/engine/UpdateApplyModulesCmd.h"
 #include "tessaril/platform/parameterization/ObjectException.h"
 #include "tests/support/ScriptedDesign.h"
 #include "tests/support/TestModule.h"
+#include "tests/support/VirtualSlots.h"
 
 namespace Tessaril {
 namespace {
@@ -18,7 +20,21 @@ using TestSupport::EventKind;
 using TestSupport::ScriptedDesign;
 using TestSupport::ScriptedModule;
 using TestSupport::ScriptedUpdate;
+using TestSupport::slotsOf;
 using TestSupport::TestModule;
+
+class OpenUpdate : public UpdateApplyModulesCmd {
+ public:
+  using UpdateApplyModulesCmd::finalizeExecute;
+  using UpdateApplyModulesCmd::handleException;
+  using UpdateApplyModulesCmd::isApplySuppressed;
+  using UpdateApplyModulesCmd::isRunning;
+  using UpdateApplyModulesCmd::prepareApplyCommandAndModule;
+  using UpdateApplyModulesCmd::prepareExecute;
+  using UpdateApplyModulesCmd::printLogMessage;
+  using UpdateApplyModulesCmd::shouldApplyChainBeCanceled;
+  using UpdateApplyModulesCmd::UpdateApplyModulesCmd;
+};
 
 /// The text of the ObjectException that `body` throws.
 std::string objectFailureOf(const std::function<void()>& body) {
@@ -31,6 +47,20 @@ std::string objectFailureOf(const std::function<void()>& body) {
 }
 
 // --- What a new command is ----------------------------------------------------------------------
+
+TEST(ConstructionTest, KeepsItsVirtualOperationsInTheirPlaces) {
+  EXPECT_EQ(
+      slotsOf(&OpenUpdate::execute, &OpenUpdate::undo, &OpenUpdate::redo,
+              &OpenUpdate::getDescription, &OpenUpdate::getSpeedRate, &OpenUpdate::isRedoCapable,
+              &OpenUpdate::prepareExecute, &OpenUpdate::finalizeExecute),
+      (std::vector<std::size_t>{2, 3, 4, 5, 6, 7, 8, 9}));
+  EXPECT_EQ(slotsOf(&OpenUpdate::startExecution, &OpenUpdate::continueExecution,
+                    &OpenUpdate::isRunning, &OpenUpdate::isApplyCommandMultiThreaded,
+                    &OpenUpdate::isDesignSwitchEnabled, &OpenUpdate::prepareApplyCommandAndModule,
+                    &OpenUpdate::printLogMessage, &OpenUpdate::isApplySuppressed,
+                    &OpenUpdate::shouldApplyChainBeCanceled, &OpenUpdate::handleException),
+            (std::vector<std::size_t>{10, 11, 12, 13, 14, 15, 16, 17, 18, 19}));
+}
 
 TEST(ConstructionTest, KnowsNoModulesAndNoFailureYet) {
   ScriptedDesign design("A -> B");
@@ -47,6 +77,9 @@ TEST(ConstructionTest, AnswersNoToWhatOnlyDerivedCommandsDo) {
   UpdateApplyModulesCmd update(design.root, design.module("A"), design.module("B"), nullptr);
   EXPECT_FALSE(update.isApplyCommandMultiThreaded(design.module("A")));
   EXPECT_FALSE(update.isDesignSwitchEnabled());
+  const OpenUpdate open(design.root, design.module("A"), design.module("B"), nullptr);
+  EXPECT_FALSE(open.isApplySuppressed(design.module("A")));
+  EXPECT_FALSE(open.shouldApplyChainBeCanceled(design.module("A")));
 }
 
 TEST(ConstructionTest, AsksNothingAndMakesOneProbeOfTheEndsCommand) {
@@ -143,6 +176,25 @@ TEST(ConstructionTest, RefusesModulesOfAnotherTree) {
                ObjectException);
 }
 
+// The end's command is made once it is known where start and horizon lie, and before it is known
+// where the end lies.
+TEST(ConstructionTest, FindsStartAndHorizonThenTheDescriptionThenTheEnd) {
+  ScriptedDesign design("A -> B");
+  ScriptedDesign other("X");
+  const auto a = design.module("A");
+  const auto b = design.module("B");
+  const auto x = other.module("X");
+  const auto construct = [&](const auto& start, const auto& end, const auto& horizon) {
+    EXPECT_THROW(UpdateApplyModulesCmd(design.root, start, end, horizon), ObjectException);
+    return design.log.take() + other.log.take();
+  };
+  design.log.alsoHear({EventKind::Creation});
+  other.log.alsoHear({EventKind::Creation});
+  EXPECT_EQ(construct(x, b, nullptr), "");
+  EXPECT_EQ(construct(a, b, x), "");
+  EXPECT_EQ(construct(a, x, nullptr), "X:makeApply");
+}
+
 // --- Resolving the paths ------------------------------------------------------------------------
 
 TEST(ResolvingTest, FindsTheModulesAnewForEachRun) {
@@ -164,6 +216,18 @@ TEST(ResolvingTest, FindsTheModulesAnewForEachRun) {
   EXPECT_EQ(design.run(*update), "finish(true)");
   EXPECT_EQ(replacement.log.take(), "B:apply");
   EXPECT_EQ(update->getEndModule(), replacement.module("B"));
+}
+
+// Between runs the modules of the last one stay, so that its end can be asked for.
+TEST(ResolvingTest, HoldsTheModulesOfTheLastRun) {
+  ScriptedDesign design("A -> B -> C");
+  design.needApply("A B");
+  auto update = design.update("A", "B");
+  const auto before = design.module("C").use_count();
+  design.run(*update);
+  EXPECT_GT(design.module("C").use_count(), before);
+  update.reset();
+  EXPECT_EQ(design.module("C").use_count(), before);
 }
 
 TEST(ResolvingTest, FindsModulesFurtherDownTheTree) {
