@@ -188,7 +188,13 @@ class FailureTest : public testing::TestWithParam<FailurePoint> {
   std::shared_ptr<ScriptedUpdate> update = design.cachedUpdate("A", "C");
 };
 
-const Thrower kThrowBoom = [] { throw std::runtime_error("boom"); };
+/// Of the family, but of no more special standard type.
+class Boom : public std::exception {
+ public:
+  const char* what() const noexcept override { return "boom"; }
+};
+
+const Thrower kThrowBoom = [] { throw Boom(); };
 const Thrower kThrowSeven = [] { throw 7; };
 
 TEST_P(FailureTest, WithTheStatePreserved) {

@@ -7,6 +7,7 @@
 
 #include "reference_platform/command_pattern/SteppingThreadManager.h"
 #include "tessaril/engine/ExceptionPolicy.h"
+#include "tessaril/graph/ApplyGraph.h"
 #include "tests/support/ScriptedDesign.h"
 #include "tests/support/ScriptedMessage.h"
 
@@ -153,6 +154,42 @@ TEST(LifecycleTest, GathersTheRangeBeforeTheCacheIsTold) {
   design.log.alsoHear({EventKind::Question});
   EXPECT_EQ(design.run(*update).rfind("cache:begin A?relevant", 0), 0U);
   EXPECT_EQ(endSeen, design.module("B"));
+}
+
+// What the cache does to the graph when it is told comes too late for this run.
+TEST(LifecycleTest, DoesNotGatherTheRangeAgainAfterTheCacheWasTold) {
+  ScriptedDesign design("A -> B; X");
+  design.needApply("A B X");
+  const auto update = design.cachedUpdate("A", "B");
+  design.cache->whenBegun = [&] {
+    ApplyGraph::insert(design.module("X"), design.module("A"), design.module("B"), false);
+    design.cache->whenBegun = {};
+  };
+  EXPECT_EQ(design.run(*update), "cache:begin A:apply X:auto B:auto cache:end finish(true)");
+  EXPECT_EQ(design.run(*update), "cache:begin A:apply X:apply B:apply cache:end finish(true)");
+}
+
+/// Fails where a hook is asked that only applications ask.
+class UnaskedUpdate : public UpdateApplyModulesCmd {
+ public:
+  using UpdateApplyModulesCmd::UpdateApplyModulesCmd;
+  bool isApplyCommandMultiThreaded(std::shared_ptr<ApplyModule> /*module*/) override {
+    ADD_FAILURE();
+    return true;
+  }
+  bool isDesignSwitchEnabled() override {
+    ADD_FAILURE();
+    return true;
+  }
+};
+
+TEST(LifecycleTest, DoesNotAskWhatOnlyApplicationsAsk) {
+  ScriptedDesign design("A -> B; A -> S");
+  design.needApply("A");
+  UnaskedUpdate update(design.root, design.module("A"), design.module("B"), nullptr);
+  update.execute();
+  update.undo();
+  EXPECT_EQ(design.log.take(), "A:apply S:auto B:auto A:apply~ S:auto~ B:auto~");
 }
 
 // --- Messages from command to command -----------------------------------------------------------

@@ -149,6 +149,21 @@ TEST_F(ProgressTest, OfAutoAppliesMovesNothing) {
   EXPECT_EQ(design.run("A", "C"), "32% 100%");
 }
 
+/// Divides its progress as a macro does before it executes its list.
+class DividingUpdate : public UpdateApplyModulesCmd {
+ public:
+  using UpdateApplyModulesCmd::prepareProgress;
+  using UpdateApplyModulesCmd::UpdateApplyModulesCmd;
+};
+
+TEST_F(ProgressTest, IsNotDividedByTheListSinceTheListIsFilledWhileItRuns) {
+  ScriptedDesign design("A -> B");
+  DividingUpdate update(design.root, design.module("A"), design.module("B"), nullptr);
+  update.getProgressPtr()->setValue(10.0);
+  update.prepareProgress(MacroCommand::Execute);
+  EXPECT_EQ(update.getProgressPtr()->getValue(), 10.0);
+}
+
 TEST_F(ProgressTest, BeginsAnewInTheNextRun) {
   ScriptedDesign design("A -> B");
   design.needApply("A B");

@@ -17,6 +17,7 @@ using TestSupport::makeEmptyMessage;
 using TestSupport::makeMessage;
 using TestSupport::ScriptedDesign;
 using TestSupport::ScriptedModule;
+namespace PrivateLinks = TestSupport::PrivateLinks;
 
 /// Makes the module's apply command leave one message behind.
 void leaveMessage(ScriptedDesign& design, ScriptedModule& module, const std::string& text) {
@@ -288,6 +289,18 @@ TEST(HorizonTest, AutoAppliesWhatLiesBeforeTheHorizonInTheRestrictedWay) {
             "finish(true)");
 }
 
+TEST(HorizonTest, AsksWhatLiesBeforeTheHorizonAllTheSame) {
+  ScriptedDesign design("A -> B -> C -> D");
+  design.forEachModule([](ScriptedModule& module) { module.always = false; });
+  const auto update = design.update("A", "B", "D");
+  design.log.hear({EventKind::Question, EventKind::Step});
+  const std::string events = design.run(*update);
+  EXPECT_NE(events.find(" C?always C?shared C:auto "
+                        "D?always D?shared D?shared D:auto(alone) D?consistent"),
+            std::string::npos)
+      << events;
+}
+
 TEST(HorizonTest, GoesOnToTheHorizonThroughInconsistentModules) {
   ScriptedDesign design("A -> B -> C -> D");
   design.forEachModule([](ScriptedModule& module) {
@@ -461,6 +474,19 @@ TEST(CancelledTest, IsNotAskedOnceTheEndIsReached) {
   EXPECT_EQ(design.run(*update), "suppress?A cancel?A suppress?B");
 }
 
+// D was queued by B and by C; its failed auto apply is not tried again for the second entry.
+TEST(CancelledTest, LooksAtEachWaitingModuleOnce) {
+  ScriptedDesign design("A -> B -> D -> E; A -> C -> D");
+  design.needApply("A B C D");
+  design["D"].autoApply.script->whenExecuted = [](ApplyUpdateInfo&) {
+    throw std::runtime_error("boom");
+  };
+  const auto update = design.update("A", "D");
+  update->cancels = [](const std::string& name) { return name == "C"; };
+  design.log.hear({EventKind::Step, EventKind::Run});
+  EXPECT_EQ(design.run(*update), "A:apply B:apply C:apply D:auto finish(false) finish(true)");
+}
+
 TEST(CancelledTest, StillAutoAppliesTowardsTheHorizon) {
   ScriptedDesign design("A -> B -> C");
   const auto update = design.update("A", "B", "C");
@@ -543,6 +569,72 @@ TEST(SecondRunTest, FindsTheModulesThatTheRunBeforeLeftWaiting) {
   design.needApply("C D");
   design["B"].apply.script.emplace();
   EXPECT_EQ(design.run(*update), "A:apply C:apply B:apply D:apply finish(true)");
+}
+
+TEST(SecondRunTest, DoesNotFindWhatAModuleWithoutACommandWouldHaveBroughtInBeforeTheFirstApply) {
+  ScriptedDesign design("A -> B; A -> S");
+  design.needApply("A");
+  design["A"].apply.script.reset();
+  const auto update = design.update("A", "B");
+  EXPECT_EQ(design.run(*update), "finish(true)");
+  design["A"].necessary = false;
+  EXPECT_EQ(design.run(*update), "finish(true)");
+}
+
+TEST(SecondRunTest, GathersTheWayToTheEndAnew) {
+  ScriptedDesign design("A -> M -> B; X");
+  design.needApply("A M B X");
+  const auto update = design.update("A", "B");
+  EXPECT_EQ(design.run(*update), "A:apply M:apply B:apply finish(true)");
+  ApplyGraph::insert(design.module("X"), design.module("A"), design.module("M"), false);
+  EXPECT_EQ(design.run(*update), "A:apply X:apply M:apply B:apply finish(true)");
+  // Off the way again, X gets no full apply.
+  ApplyGraph::remove(design.module("X"));
+  ApplyGraph::insert(design.module("X"), design.module("A"), nullptr, true);
+  EXPECT_EQ(design.run(*update), "A:apply X:auto M:apply B:apply finish(true)");
+}
+
+TEST(SecondRunTest, DoesNotWaitForWhatDoesNotFollowTheStartAnyMore) {
+  ScriptedDesign design("A -> M -> B; A -> R -> M");
+  design.needApply("A M B R");
+  const auto update = design.update("A", "B");
+  EXPECT_EQ(design.run(*update), "A:apply R:apply M:apply B:apply finish(true)");
+  PrivateLinks::removeNext(*design.module("A"), design.module("R"));
+  PrivateLinks::removePrevious(*design.module("R"), design.module("A"));
+  EXPECT_EQ(design.run(*update), "A:apply M:apply B:apply finish(true)");
+}
+
+// A start that leads nowhere near the end any more is off the way itself.
+TEST(SecondRunTest, TakesAStartOffTheWayAsASubGraph) {
+  ScriptedDesign design("A -> B -> D -> E; A -> C -> D");
+  design.needApply("A B");
+  design["B"].apply.script.reset();
+  const auto update = design.update("A", "E");
+  EXPECT_EQ(design.run(*update), "A:apply finish(true)");
+  // C and D still wait. They do not follow A any more, so they come before it.
+  for (const char* name : {"B", "C"}) {
+    PrivateLinks::removeNext(*design.module("A"), design.module(name));
+    PrivateLinks::removePrevious(*design.module(name), design.module("A"));
+  }
+  design.needApply("C");
+  design["A"].always = false;
+  EXPECT_EQ(design.run(*update), "C:apply D:auto A:auto(alone) E:auto finish(true)");
+}
+
+// --- Circles ------------------------------------------------------------------------------------
+
+// Only what lies between start and end belongs to the range, even where both follow one another.
+TEST(CircleTest, WhatLeadsBackToTheStartIsOffTheWay) {
+  ScriptedDesign design("A -> B -> P -> A");
+  design.needApply("A B");
+  design["P"].autoPossible = false;
+  EXPECT_EQ(design.run("A", "B"), "A:apply B:apply P:auto finish(true)");
+}
+
+TEST(CircleTest, NothingWaitsForWhatFollowsTheEnd) {
+  ScriptedDesign design("A -> M -> B -> E -> M");
+  design.needApply("A M B");
+  EXPECT_EQ(design.run("A", "B"), "A:apply M:apply B:apply E:auto finish(true)");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <exception>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -17,7 +18,13 @@ using TestSupport::ScriptedDesign;
 using TestSupport::ScriptedModule;
 using TestSupport::ScriptedUpdate;
 
-const auto kBoom = [](ApplyUpdateInfo&) { throw std::runtime_error("boom"); };
+/// Of the family, but of no more special standard type.
+class Boom : public std::exception {
+ public:
+  const char* what() const noexcept override { return "boom"; }
+};
+
+const auto kBoom = [](ApplyUpdateInfo&) { throw Boom(); };
 
 /// A run over a chain A, B, C, D whose commands have the undo types that a test chooses.
 class UndoTest : public testing::Test {
