@@ -102,6 +102,35 @@ TEST_F(ByHandTest, ARunWithNothingToApplyIsOverAtOnce) {
   EXPECT_TRUE(manager->getWaitingJobs().empty());
 }
 
+TEST_F(ByHandTest, AFailureThatWasHandledEndsTheRunInOrder) {
+  design["B"].apply.script->whenExecuted = [](ApplyUpdateInfo&) {
+    throw std::runtime_error("no room");
+  };
+  const auto update = design.update("A", "B");
+  EXPECT_TRUE(update->startExecution(manager));
+  manager->complete(1);
+  EXPECT_TRUE(update->continueExecution(manager));
+  manager->complete(2);
+  EXPECT_TRUE(update->continueExecution(manager));
+  EXPECT_TRUE(update->hasExceptionBeenThrown());
+  EXPECT_FALSE(update->isSubCommandUnderWay());
+}
+
+TEST_F(ByHandTest, ASubCommandThatCannotStartIsAFailureThatWasHandled) {
+  const auto update = design.update("A", "B");
+  update->getProgressPtr()->requestStop();
+  EXPECT_TRUE(update->startExecution(manager));
+  EXPECT_TRUE(update->hasExceptionBeenThrown());
+
+  update->getProgressPtr()->reset();
+  EXPECT_TRUE(update->startExecution(manager));
+  EXPECT_FALSE(update->hasExceptionBeenThrown());
+  update->getProgressPtr()->requestStop();
+  manager->complete(1);
+  EXPECT_TRUE(update->continueExecution(manager));
+  EXPECT_TRUE(update->hasExceptionBeenThrown());
+}
+
 // --- The end of a run ---------------------------------------------------------------------------
 
 TEST(LifecycleTest, FinishesTheProgressThenTheCacheThenAnnouncesTheEnd) {

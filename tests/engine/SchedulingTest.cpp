@@ -90,6 +90,13 @@ TEST(SchedulingTest, RunsOverASingleModule) {
   EXPECT_EQ(design.run("B", "B"), "B:apply C:auto finish(true)");
 }
 
+TEST(SchedulingTest, AppliesNothingWhereTheStartDoesNotLeadToTheEnd) {
+  ScriptedDesign design("A -> B; X -> Y");
+  design.needApply("A B X Y");
+  EXPECT_EQ(design.run("X", "B"), "finish(true)");
+  EXPECT_EQ(design.run("B", "A"), "finish(true)");
+}
+
 TEST(SchedulingTest, PassesOverDeadLinks) {
   ScriptedDesign design("A -> ~; A -> B; ~ -> B; B -> ~");
   design.needApply("A B");

@@ -192,6 +192,25 @@ TEST_F(UndoTest, FailsWhereTheUndoTypeCannotBeAskedInTheSecondPass) {
             "A:apply B:apply D:apply throws{std: what type}");
 }
 
+// The failure that is passed on is then the latest one: it says what could not be put right.
+TEST_F(UndoTest, AFailingRollForwardEndsThereAndItsFailureGoesOn) {
+  for (const auto& undoTypes : {std::vector<int>{0, 0, 0, 3}, std::vector<int>{3, 0, 0, 3}}) {
+    failUndoOf("A");
+    int executions = 0;
+    design["B"].apply.script->whenExecuted = [&](ApplyUpdateInfo&) {
+      if (++executions == 2) {
+        throw std::out_of_range("not again");
+      }
+    };
+    run(undoTypes);
+    design.log.take();
+    EXPECT_EQ(undo(),
+              "C:apply~ B:apply~ A:apply~ "
+              "error{Undo of MacroCommand 'A:apply' failed with exception: boom} "
+              "B:apply throws{std: not again}");
+  }
+}
+
 TEST_F(UndoTest, LogsInTheNameOfThePass) {
   design["A"].apply.script->logDescription = "For the log";
   failUndoOf("A");
