@@ -29,7 +29,6 @@ class OpenUpdate : public UpdateApplyModulesCmd {
   using UpdateApplyModulesCmd::handleException;
   using UpdateApplyModulesCmd::isApplySuppressed;
   using UpdateApplyModulesCmd::isRunning;
-  using UpdateApplyModulesCmd::listFilledWhileRunning;
   using UpdateApplyModulesCmd::prepareApplyCommandAndModule;
   using UpdateApplyModulesCmd::prepareExecute;
   using UpdateApplyModulesCmd::printLogMessage;
@@ -81,13 +80,6 @@ TEST(ConstructionTest, AnswersNoToWhatOnlyDerivedCommandsDo) {
   const OpenUpdate open(design.root, design.module("A"), design.module("B"), nullptr);
   EXPECT_FALSE(open.isApplySuppressed(design.module("A")));
   EXPECT_FALSE(open.shouldApplyChainBeCanceled(design.module("A")));
-}
-
-// The list is no measure of the way that lies ahead: the run divides its progress itself.
-TEST(ConstructionTest, HasAListThatIsFilledWhileItRuns) {
-  ScriptedDesign design("A -> B");
-  const OpenUpdate open(design.root, design.module("A"), design.module("B"), nullptr);
-  EXPECT_TRUE(open.listFilledWhileRunning);
 }
 
 TEST(ConstructionTest, AsksNothingAndMakesOneProbeOfTheEndsCommand) {
