@@ -39,8 +39,8 @@ struct UndoPasses;
 /// and announcing the end with true. A stopped run (cancelled, suppressed, or failed) announces
 /// false after the remaining modules have been auto-applied and signalled; one that was cancelled
 /// or suppressed then ends once more, cache included, and announces true. A run that an exception
-/// leaves announces nothing. A second run starts from the queues and the last executed module that
-/// the run before it left.
+/// leaves may neither tell the cache nor announce an end. A second run starts from the queues and
+/// the last executed module that the run before it left.
 class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand {
  public:
   /// `horizon` may be null. Throws ObjectException when the object, start or end is missing, or
