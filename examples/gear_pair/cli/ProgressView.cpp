@@ -38,39 +38,42 @@ ProgressView::ProgressView(UpdateDesignCmd& update, std::ostream& stream, bool i
 void ProgressView::stepStarted(const DesignModule& module, bool isAutoApply) {
   const std::scoped_lock lock(mutex);
   currentStep = module.getName() + (isAutoApply ? " (auto apply)" : "");
+  percentAtStep = presentPercent();
   if (onTerminal) {
-    drawBar(currentStep);
+    drawBar(percentAtStep, currentStep);
   } else {
-    out << "[" << percentText(percent()) << "] " << currentStep << std::endl;
+    out << "[" << percentText(percentAtStep) << "] " << currentStep << std::endl;
   }
 }
 
 void ProgressView::progressed() {
   const std::scoped_lock lock(mutex);
   if (onTerminal) {
-    drawBar(currentStep);
+    drawBar(presentPercent(), currentStep);
   }
 }
 
-void ProgressView::drawBar(const std::string& text) {
-  std::string line = bar(percent()) + "  " + text;
+void ProgressView::drawBar(int percent, const std::string& text) {
+  std::string line = bar(percent) + "  " + text;
   if (line != lastDrawn) {
     out << kRedraw << line << std::flush;
     lastDrawn = std::move(line);
   }
 }
 
-void ProgressView::finish(const std::string& ending) {
+void ProgressView::finish(bool stopped) {
   const std::scoped_lock lock(mutex);
+  const int percent = stopped ? percentAtStep : presentPercent();
+  const std::string ending = stopped ? "stopped" : "done";
   if (onTerminal) {
-    drawBar(ending);
+    drawBar(percent, ending);
     out << std::endl;
   } else {
-    out << "[" << percentText(percent()) << "] " << ending << std::endl;
+    out << "[" << percentText(percent) << "] " << ending << std::endl;
   }
 }
 
-int ProgressView::percent() const {
+int ProgressView::presentPercent() const {
   return std::clamp(static_cast<int>(updateCommand.getProgressPtr()->getValue()), 0, 100);
 }
 

@@ -17,20 +17,22 @@ class ProgressView {
   /// Requires: the update and the stream live as long as the view.
   ProgressView(UpdateDesignCmd& update, std::ostream& stream, bool isTerminal);
 
-  /// The last line: how the update ended.
-  void finish(const std::string& ending);
+  /// The last line: how the update ended. One that was stopped stays where its last step began,
+  /// although the progress of a run that has ended is complete either way.
+  void finish(bool stopped);
 
  private:
   void stepStarted(const DesignModule& module, bool isAutoApply);
   void progressed();
-  void drawBar(const std::string& text);
-  int percent() const;
+  void drawBar(int percent, const std::string& text);
+  int presentPercent() const;
 
   UpdateDesignCmd& updateCommand;
   std::ostream& out;
   bool onTerminal;
   std::mutex mutex;
   std::string currentStep;
+  int percentAtStep = 0;
   std::string lastDrawn;
   Tessaril::Signals::ScopedConnection stepConnection;
   Tessaril::Signals::ScopedConnection progressConnection;

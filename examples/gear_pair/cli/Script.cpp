@@ -170,7 +170,7 @@ void Script::update(const std::shared_ptr<DesignModule>& end) {
   session.run(update);
   lastUpdate = update;
   const std::string problem = whyNotMade(*update, *end);
-  view.finish(problem.empty() ? "done" : "stopped");
+  view.finish(!problem.empty());
   exitCode = problem.empty() ? 0 : 1;
   if (!problem.empty()) {
     complain(problem);

@@ -21,7 +21,7 @@ TEST(ProgressView, WritesAPlainLineForEachStepWhereThereIsNoTerminal) {
   std::ostringstream stream;
   ProgressView view(*update, stream, false);
   session.run(update);
-  view.finish("done");
+  view.finish(false);
   std::istringstream lines(stream.str());
   std::vector<std::string> names;
   for (std::string line; std::getline(lines, line);) {
@@ -45,9 +45,22 @@ TEST(ProgressView, DrawsABarAgainInPlaceOnATerminal) {
   EXPECT_EQ(stream.str().find('\n'), std::string::npos) << "one line while it runs";
   EXPECT_THAT(stream.str(), HasSubstr("\r\x1b[2K[..............................]   0 %  "));
   EXPECT_THAT(stream.str(), HasSubstr("  mesh"));
-  view.finish("done");
+  view.finish(false);
   const std::string last = "\r\x1b[2K[##############################] 100 %  done\n";
   EXPECT_TRUE(stream.str().ends_with(last)) << stream.str();
+}
+
+TEST(ProgressView, StaysWhereAStoppedUpdateWas) {
+  DesignSession session = inlineSession();
+  session.update();
+  session.set("pinion_teeth=8");
+  const auto update = session.makeUpdate(session.design()->report(), false);
+  std::ostringstream stream;
+  ProgressView view(*update, stream, false);
+  session.run(update);
+  ASSERT_EQ(update->getProgressPtr()->getValue(), 100.0);
+  view.finish(true);
+  EXPECT_EQ(stream.str(), "[  0 %] requirements\n[  0 %] pinion\n[  0 %] stopped\n");
 }
 
 }  // namespace
