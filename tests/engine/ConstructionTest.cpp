@@ -288,6 +288,14 @@ TEST(ResolvingTest, DoesWithoutAHorizonThatIsGone) {
   EXPECT_EQ(design.run(*update), "C:auto finish(true)");
 }
 
+TEST(ResolvingTest, LooksForTheHorizonAnewForEachRun) {
+  ScriptedDesign design("A -> B -> C");
+  const auto update = design.update("A", "B", "C");
+  EXPECT_EQ(design.run(*update), "C:auto finish(true)");
+  design.root->removeChild(design["C"]);
+  EXPECT_EQ(design.run(*update), "finish(true)");
+}
+
 TEST(ResolvingTest, RunsAgainAfterAPathWasRepaired) {
   ScriptedDesign design("A -> B");
   design.needApply("A B");
