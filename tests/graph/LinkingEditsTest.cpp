@@ -239,6 +239,16 @@ TEST_F(InsertAfter, OfAModuleAfterItselfCutsItLoose) {
   EXPECT_EQ(calls(), "B A");
 }
 
+// The list that the edit goes through gets shorter under it.
+TEST_F(InsertAfter, PassesOverWhatAHookTakesOut) {
+  given("A -> B; A -> C; M");
+  g.as<TestSupport::TestModule>("B")->whenGraphChanges = [this](TestSupport::TestModule&) {
+    ApplyGraph::remove(m("C"));
+  };
+  ApplyGraph::insertAfter(m("M"), m("A"));
+  EXPECT_EQ(shown(), "A -> M -> B; C");
+}
+
 TEST_F(InsertAfter, IsPartlyDoneWhenAHookThrows) {
   given("A -> B; A -> C; X -> M");
   failing = "B";
