@@ -4,13 +4,11 @@
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "tessaril/commands/ApplyCommand.h"
 #include "tests/support/ScriptedCommand.h"
 #include "tests/support/ScriptedDesign.h"
 #include "tests/support/ScriptedMessage.h"
-#include "tests/support/VirtualSlots.h"
 
 namespace Tessaril {
 namespace {
@@ -20,7 +18,6 @@ using TestSupport::makeMessage;
 using TestSupport::messageTexts;
 using TestSupport::ScriptedApplyCommand;
 using TestSupport::ScriptedCache;
-using TestSupport::slotsOf;
 
 /// Remembers which info objects it was given.
 class RememberingCommand : public ApplyCommand {
@@ -38,14 +35,6 @@ static_assert(std::is_base_of_v<CommandBase, ApplyCommand>);
 static_assert(std::is_base_of_v<ApplyModuleDataInterface, ApplyCommand>);
 static_assert(std::is_abstract_v<ApplyCommand>);
 static_assert(!std::is_copy_constructible_v<RememberingCommand>);
-
-TEST(ApplyCommandTest, KeepsItsVirtualOperationsInTheirPlaces) {
-  EXPECT_EQ(slotsOf(&ApplyCommand::execute, &ApplyCommand::undo, &ApplyCommand::redo,
-                    &ApplyCommand::getDescription, &ApplyCommand::getSpeedRate,
-                    &ApplyCommand::isRedoCapable, &ApplyCommand::doExecute, &ApplyCommand::doUndo),
-            (std::vector<std::size_t>{2, 3, 4, 5, 6, 7, 8, 9}));
-  EXPECT_EQ(slotsOf(&ApplyModuleDataInterface::getUndoType), (std::vector<std::size_t>{2}));
-}
 
 TEST(ApplyCommandTest, IsACommandInTheFirstPlaceAndDataInTheSecond) {
   RememberingCommand command("c");

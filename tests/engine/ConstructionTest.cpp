@@ -3,14 +3,12 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "reference_platform/translation/Catalogue.h"
 #include "tessaril/engine/UpdateApplyModulesCmd.h"
 #include "tessaril/platform/parameterization/ObjectException.h"
 #include "tests/support/ScriptedDesign.h"
 #include "tests/support/TestModule.h"
-#include "tests/support/VirtualSlots.h"
 
 namespace Tessaril {
 namespace {
@@ -20,18 +18,11 @@ using TestSupport::EventKind;
 using TestSupport::ScriptedDesign;
 using TestSupport::ScriptedModule;
 using TestSupport::ScriptedUpdate;
-using TestSupport::slotsOf;
 using TestSupport::TestModule;
 
 class OpenUpdate : public UpdateApplyModulesCmd {
  public:
-  using UpdateApplyModulesCmd::finalizeExecute;
-  using UpdateApplyModulesCmd::handleException;
   using UpdateApplyModulesCmd::isApplySuppressed;
-  using UpdateApplyModulesCmd::isRunning;
-  using UpdateApplyModulesCmd::prepareApplyCommandAndModule;
-  using UpdateApplyModulesCmd::prepareExecute;
-  using UpdateApplyModulesCmd::printLogMessage;
   using UpdateApplyModulesCmd::shouldApplyChainBeCanceled;
   using UpdateApplyModulesCmd::UpdateApplyModulesCmd;
 };
@@ -47,20 +38,6 @@ std::string objectFailureOf(const std::function<void()>& body) {
 }
 
 // --- What a new command is ----------------------------------------------------------------------
-
-TEST(ConstructionTest, KeepsItsVirtualOperationsInTheirPlaces) {
-  EXPECT_EQ(
-      slotsOf(&OpenUpdate::execute, &OpenUpdate::undo, &OpenUpdate::redo,
-              &OpenUpdate::getDescription, &OpenUpdate::getSpeedRate, &OpenUpdate::isRedoCapable,
-              &OpenUpdate::prepareExecute, &OpenUpdate::finalizeExecute),
-      (std::vector<std::size_t>{2, 3, 4, 5, 6, 7, 8, 9}));
-  EXPECT_EQ(slotsOf(&OpenUpdate::startExecution, &OpenUpdate::continueExecution,
-                    &OpenUpdate::isRunning, &OpenUpdate::isApplyCommandMultiThreaded,
-                    &OpenUpdate::isDesignSwitchEnabled, &OpenUpdate::prepareApplyCommandAndModule,
-                    &OpenUpdate::printLogMessage, &OpenUpdate::isApplySuppressed,
-                    &OpenUpdate::shouldApplyChainBeCanceled, &OpenUpdate::handleException),
-            (std::vector<std::size_t>{10, 11, 12, 13, 14, 15, 16, 17, 18, 19}));
-}
 
 TEST(ConstructionTest, KnowsNoModulesAndNoFailureYet) {
   ScriptedDesign design("A -> B");
@@ -286,14 +263,6 @@ TEST(ResolvingTest, DoesWithoutAHorizonThatIsGone) {
   EXPECT_EQ(design.run(*update), "finish(true)");
   design.root->addChild(c);
   EXPECT_EQ(design.run(*update), "C:auto finish(true)");
-}
-
-TEST(ResolvingTest, LooksForTheHorizonAnewForEachRun) {
-  ScriptedDesign design("A -> B -> C");
-  const auto update = design.update("A", "B", "C");
-  EXPECT_EQ(design.run(*update), "C:auto finish(true)");
-  design.root->removeChild(design["C"]);
-  EXPECT_EQ(design.run(*update), "finish(true)");
 }
 
 TEST(ResolvingTest, RunsAgainAfterAPathWasRepaired) {
