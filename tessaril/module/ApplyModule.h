@@ -171,6 +171,8 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
  protected:
   /// Called after each change of one entry of this module's link lists, with the list changed. An
   /// edit that clears or copies a whole list does not call it.
+  /// An override recomputes what depends on the neighbours; it must not edit links, since the edit
+  /// that called it may be halfway through several modules.
   virtual void onApplyGraphChanged();
 
  private:
