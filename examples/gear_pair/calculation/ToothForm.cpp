@@ -203,7 +203,7 @@ std::string undercutAdvice(const Requirements& requirements, const GearData& gea
   }
   if (isPointed(*withShift(requirements, gear.member, *shift), gear.member)) {
     return teeth + "; a profile shift of " + shiftText(*shift) +
-           " would cure it too, but make the teeth pointed.";
+           " would cure it too, but would make the teeth pointed.";
   }
   return teeth + " or a profile shift of at least " + shiftText(*shift) + ".";
 }

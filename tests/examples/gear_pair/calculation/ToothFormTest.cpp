@@ -299,7 +299,7 @@ TEST(Undercut, AdvisesAgainstAShiftThatMakesPointedTeeth) {
   EXPECT_EQ(errorOf(pinionDesign(7, 0.0)),
             "The pinion with 7 teeth is undercut: the cutter removes its involute up to 16.78 mm "
             "diameter, but the wheel needs it from 16.44 mm on; use at least 18 teeth; a profile "
-            "shift of 0.63 would cure it too, but make the teeth pointed.");
+            "shift of 0.63 would cure it too, but would make the teeth pointed.");
 }
 
 TEST(Undercut, IsCuredByWhatTheMessageAdvises) {
