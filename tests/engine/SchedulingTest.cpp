@@ -628,6 +628,14 @@ TEST(SecondRunTest, TakesAStartOffTheWayAsASubGraph) {
   EXPECT_EQ(design.run(*update), "C:apply D:auto A:auto(alone) E:auto finish(true)");
 }
 
+TEST(SecondRunTest, LooksForTheHorizonAnew) {
+  ScriptedDesign design("A -> B -> C");
+  const auto update = design.update("A", "B", "C");
+  EXPECT_EQ(design.run(*update), "C:auto finish(true)");
+  design.root->removeChild(design["C"]);
+  EXPECT_EQ(design.run(*update), "finish(true)");
+}
+
 // --- Circles ------------------------------------------------------------------------------------
 
 // Only what lies between start and end belongs to the range, even where both follow one another.
