@@ -100,7 +100,8 @@ std::string describeUpdate(ApplyModule& end, const std::shared_ptr<Object>& obje
 /// Of the list as it is now: what `visit` does may edit it.
 template <typename Visit>
 void forEachLiveNext(const ApplyModule& module, const Visit& visit) {
-  const auto links = module.getNextApplyModules();
+  const auto& now = module.getNextApplyModules();
+  const std::vector<std::weak_ptr<ApplyModule>> links(now.begin(), now.end());
   for (const auto& link : links) {
     if (const auto next = link.lock()) {
       visit(next);

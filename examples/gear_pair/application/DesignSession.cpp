@@ -57,7 +57,7 @@ bool DesignSession::canUndo() const { return history.canUndo(); }
 bool DesignSession::canRedo() const { return history.canRedo(); }
 
 std::string DesignSession::undo() {
-  const std::string description = history.getUndoDescription();
+  std::string description = history.getUndoDescription();
   history.undo();
   undone.push_back(done.back());
   done.pop_back();
@@ -66,7 +66,7 @@ std::string DesignSession::undo() {
 }
 
 std::string DesignSession::redo() {
-  const std::string description = history.getRedoDescription();
+  std::string description = history.getRedoDescription();
   history.redo();
   done.push_back(undone.back());
   undone.pop_back();

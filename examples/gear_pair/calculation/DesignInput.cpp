@@ -177,6 +177,7 @@ std::string exampleLine(const ValueSpec& spec) {
 
 std::vector<std::string> unitSigns(const ValueSpec& spec) {
   std::vector<std::string> signs;
+  signs.reserve(spec.units.size());
   for (const Unit& unit : spec.units) {
     signs.push_back(unit.sign);
   }
