@@ -161,24 +161,26 @@ std::vector<ValueSpec> makeValueSpecs() {
 }
 
 const std::vector<ValueSpec>& valueSpecs() {
-  static const std::vector<ValueSpec> specs = makeValueSpecs();
-  return specs;
+  static const std::vector<ValueSpec> allSpecs = makeValueSpecs();
+  return allSpecs;
 }
 
-bool isName(const ValueSpec& spec) { return std::holds_alternative<NameMember>(spec.member); }
-
-std::string withUnit(const ValueSpec& spec, const std::string& number) {
-  return spec.units.empty() ? number : number + " " + spec.units.front().sign;
+bool isName(const ValueSpec& valueSpec) {
+  return std::holds_alternative<NameMember>(valueSpec.member);
 }
 
-std::string exampleLine(const ValueSpec& spec) {
-  return "'" + spec.name + " = " + withUnit(spec, spec.example) + "'";
+std::string withUnit(const ValueSpec& valueSpec, const std::string& number) {
+  return valueSpec.units.empty() ? number : number + " " + valueSpec.units.front().sign;
 }
 
-std::vector<std::string> unitSigns(const ValueSpec& spec) {
+std::string exampleLine(const ValueSpec& valueSpec) {
+  return "'" + valueSpec.name + " = " + withUnit(valueSpec, valueSpec.example) + "'";
+}
+
+std::vector<std::string> unitSigns(const ValueSpec& valueSpec) {
   std::vector<std::string> signs;
-  signs.reserve(spec.units.size());
-  for (const Unit& unit : spec.units) {
+  signs.reserve(valueSpec.units.size());
+  for (const Unit& unit : valueSpec.units) {
     signs.push_back(unit.sign);
   }
   return signs;
@@ -194,45 +196,45 @@ std::vector<std::string> materialNames() {
 
 std::vector<std::string> valueNames() {
   std::vector<std::string> names;
-  for (const ValueSpec& spec : valueSpecs()) {
-    names.push_back(spec.name);
+  for (const ValueSpec& valueSpec : valueSpecs()) {
+    names.push_back(valueSpec.name);
   }
   return names;
 }
 
-std::string rangeText(const ValueSpec& spec) {
-  if (isName(spec)) {
+std::string rangeText(const ValueSpec& valueSpec) {
+  if (isName(valueSpec)) {
     return "one of " + enumerated(materialNames(), "or");
   }
-  return numberText(spec.min) + " to " + withUnit(spec, numberText(spec.max));
+  return numberText(valueSpec.min) + " to " + withUnit(valueSpec, numberText(valueSpec.max));
 }
 
 /// The value of an input as text with its unit.
-std::string specText(const ValueSpec& spec, const DesignInput& input) {
-  if (const auto* name = std::get_if<NameMember>(&spec.member)) {
+std::string specText(const ValueSpec& valueSpec, const DesignInput& input) {
+  if (const auto* name = std::get_if<NameMember>(&valueSpec.member)) {
     return input.**name;
   }
-  if (const auto* count = std::get_if<CountMember>(&spec.member)) {
-    return withUnit(spec, std::to_string(input.**count));
+  if (const auto* count = std::get_if<CountMember>(&valueSpec.member)) {
+    return withUnit(valueSpec, std::to_string(input.**count));
   }
-  return withUnit(spec, numberText(input.*std::get<RealMember>(spec.member)));
+  return withUnit(valueSpec, numberText(input.*std::get<RealMember>(valueSpec.member)));
 }
 
-ValueDescription describe(const ValueSpec& spec) {
-  return {spec.name,
-          spec.units.empty() ? "" : spec.units.front().sign,
-          unitSigns(spec),
-          spec.mandatory,
-          spec.mandatory ? "" : specText(spec, DesignInput{}),
-          withUnit(spec, spec.example),
-          rangeText(spec),
-          spec.description};
+ValueDescription describe(const ValueSpec& valueSpec) {
+  return {valueSpec.name,
+          valueSpec.units.empty() ? "" : valueSpec.units.front().sign,
+          unitSigns(valueSpec),
+          valueSpec.mandatory,
+          valueSpec.mandatory ? "" : specText(valueSpec, DesignInput{}),
+          withUnit(valueSpec, valueSpec.example),
+          rangeText(valueSpec),
+          valueSpec.description};
 }
 
 std::vector<ValueDescription> makeDescriptions() {
   std::vector<ValueDescription> descriptions;
-  for (const ValueSpec& spec : valueSpecs()) {
-    descriptions.push_back(describe(spec));
+  for (const ValueSpec& valueSpec : valueSpecs()) {
+    descriptions.push_back(describe(valueSpec));
   }
   return descriptions;
 }
@@ -245,10 +247,11 @@ std::string suggestion(std::string_view word, const std::vector<std::string>& kn
 }
 
 const ValueSpec& specNamed(std::string_view name) {
-  const std::vector<ValueSpec>& specs = valueSpecs();
-  const auto found = std::find_if(specs.begin(), specs.end(),
-                                  [name](const ValueSpec& spec) { return spec.name == name; });
-  if (found == specs.end()) {
+  const std::vector<ValueSpec>& allSpecs = valueSpecs();
+  const auto found =
+      std::find_if(allSpecs.begin(), allSpecs.end(),
+                   [name](const ValueSpec& valueSpec) { return valueSpec.name == name; });
+  if (found == allSpecs.end()) {
     throw InputError("unknown value " + inQuotes(name) + "; " + suggestion(name, valueNames()));
   }
   return *found;
@@ -279,24 +282,24 @@ std::pair<std::string_view, std::string_view> splitWord(std::string_view text) {
   return {word, trimmed(text.substr(word.size()))};
 }
 
-void refuseRest(const ValueSpec& spec, std::string_view rest) {
+void refuseRest(const ValueSpec& valueSpec, std::string_view rest) {
   if (!rest.empty()) {
-    throw InputError(inQuotes(rest) + " follows the value of " + spec.name + "; write only " +
-                     exampleLine(spec));
+    throw InputError(inQuotes(rest) + " follows the value of " + valueSpec.name + "; write only " +
+                     exampleLine(valueSpec));
   }
 }
 
-[[noreturn]] void refuseNumber(const ValueSpec& spec, std::string_view text) {
+[[noreturn]] void refuseNumber(const ValueSpec& valueSpec, std::string_view text) {
   const std::string_view word = splitWord(text).first;
   const std::string advice = word.find(',') == std::string_view::npos
                                  ? "write for example "
                                  : "write it with a decimal point, as in ";
-  throw InputError(inQuotes(word) + " is not a number; " + advice + exampleLine(spec));
+  throw InputError(inQuotes(word) + " is not a number; " + advice + exampleLine(valueSpec));
 }
 
-[[noreturn]] void refuseRange(const ValueSpec& spec, std::string_view given) {
-  throw InputError(spec.name + " = " + excerpt(given) + " is out of range; allowed are " +
-                   rangeText(spec));
+[[noreturn]] void refuseRange(const ValueSpec& valueSpec, std::string_view given) {
+  throw InputError(valueSpec.name + " = " + excerpt(given) + " is out of range; allowed are " +
+                   rangeText(valueSpec));
 }
 
 /// A number at the start of a text, and what follows it.
@@ -305,61 +308,61 @@ struct LeadingNumber {
   std::string_view rest;
 };
 
-LeadingNumber readLeadingNumber(const ValueSpec& spec, std::string_view text) {
+LeadingNumber readLeadingNumber(const ValueSpec& valueSpec, std::string_view text) {
   const std::string_view unsignedText =
       text.size() > 1 && text[0] == '+' && text[1] != '-' ? text.substr(1) : text;
   const char* end = unsignedText.data() + unsignedText.size();
   double number = 0.0;
   const auto [stop, error] = std::from_chars(unsignedText.data(), end, number);
   if (error == std::errc::result_out_of_range) {
-    refuseRange(spec, splitWord(text).first);
+    refuseRange(valueSpec, splitWord(text).first);
   }
   const std::string_view rest(stop, static_cast<std::size_t>(end - stop));
   const bool followedByPartOfNumber = !rest.empty() && (rest[0] == ',' || rest[0] == '.');
   if (error != std::errc{} || !std::isfinite(number) || followedByPartOfNumber) {
-    refuseNumber(spec, text);
+    refuseNumber(valueSpec, text);
   }
   return {number, trimmed(rest)};
 }
 
-double unitFactor(const ValueSpec& spec, std::string_view sign) {
-  if (spec.units.empty()) {
-    throw InputError(spec.name + " is a number without a unit, not in " + inQuotes(sign) +
-                     "; write for example " + exampleLine(spec));
+double unitFactor(const ValueSpec& valueSpec, std::string_view sign) {
+  if (valueSpec.units.empty()) {
+    throw InputError(valueSpec.name + " is a number without a unit, not in " + inQuotes(sign) +
+                     "; write for example " + exampleLine(valueSpec));
   }
-  for (const Unit& unit : spec.units) {
+  for (const Unit& unit : valueSpec.units) {
     if (unit.sign == sign) {
       return unit.factor;
     }
   }
-  throw InputError(spec.name + " cannot be given in " + inQuotes(sign) + "; use " +
-                   enumerated(unitSigns(spec), "or"));
+  throw InputError(valueSpec.name + " cannot be given in " + inQuotes(sign) + "; use " +
+                   enumerated(unitSigns(valueSpec), "or"));
 }
 
-double readNumber(const ValueSpec& spec, std::string_view text) {
-  const LeadingNumber leading = readLeadingNumber(spec, text);
+double readNumber(const ValueSpec& valueSpec, std::string_view text) {
+  const LeadingNumber leading = readLeadingNumber(valueSpec, text);
   const auto [sign, rest] = splitWord(leading.rest);
-  const double factor = sign.empty() ? 1.0 : unitFactor(spec, sign);
-  refuseRest(spec, rest);
+  const double factor = sign.empty() ? 1.0 : unitFactor(valueSpec, sign);
+  refuseRest(valueSpec, rest);
   const double number = leading.number * factor;
-  if (!(number >= spec.min && number <= spec.max)) {
-    refuseRange(spec, text);
+  if (!(number >= valueSpec.min && number <= valueSpec.max)) {
+    refuseRange(valueSpec, text);
   }
   return number;
 }
 
-int readCount(const ValueSpec& spec, std::string_view text) {
-  const double number = readNumber(spec, text);
+int readCount(const ValueSpec& valueSpec, std::string_view text) {
+  const double number = readNumber(valueSpec, text);
   if (number != std::floor(number)) {
-    throw InputError(spec.name + " = " + excerpt(text) +
-                     " is not a whole number; write for example " + exampleLine(spec));
+    throw InputError(valueSpec.name + " = " + excerpt(text) +
+                     " is not a whole number; write for example " + exampleLine(valueSpec));
   }
   return static_cast<int>(number);
 }
 
-std::string readMaterial(const ValueSpec& spec, std::string_view text) {
+std::string readMaterial(const ValueSpec& valueSpec, std::string_view text) {
   const auto [word, rest] = splitWord(text);
-  refuseRest(spec, rest);
+  refuseRest(valueSpec, rest);
   const Material* material = findMaterial(word);
   if (material == nullptr) {
     throw InputError("unknown material " + inQuotes(word) + "; " +
@@ -368,16 +371,16 @@ std::string readMaterial(const ValueSpec& spec, std::string_view text) {
   return material->name;
 }
 
-void assign(const ValueSpec& spec, std::string_view text, DesignInput& input) {
+void assign(const ValueSpec& valueSpec, std::string_view text, DesignInput& input) {
   if (text.empty()) {
-    throw InputError(spec.name + " has no value; write for example " + exampleLine(spec));
+    throw InputError(valueSpec.name + " has no value; write for example " + exampleLine(valueSpec));
   }
-  if (const auto* name = std::get_if<NameMember>(&spec.member)) {
-    input.** name = readMaterial(spec, text);
-  } else if (const auto* count = std::get_if<CountMember>(&spec.member)) {
-    input.** count = readCount(spec, text);
+  if (const auto* name = std::get_if<NameMember>(&valueSpec.member)) {
+    input.** name = readMaterial(valueSpec, text);
+  } else if (const auto* count = std::get_if<CountMember>(&valueSpec.member)) {
+    input.** count = readCount(valueSpec, text);
   } else {
-    input.*std::get<RealMember>(spec.member) = readNumber(spec, text);
+    input.*std::get<RealMember>(valueSpec.member) = readNumber(valueSpec, text);
   }
 }
 
@@ -390,22 +393,22 @@ void readLine(std::string_view line, int lineNumber, DesignInput& input, GivenLi
     return;
   }
   const Assignment assignment = splitAssignment(content);
-  const ValueSpec& spec = specNamed(assignment.name);
-  const auto [entry, isFirst] = given.emplace(spec.name, lineNumber);
+  const ValueSpec& valueSpec = specNamed(assignment.name);
+  const auto [entry, isFirst] = given.emplace(valueSpec.name, lineNumber);
   if (!isFirst) {
-    throw InputError(spec.name + " is given twice, first in line " + std::to_string(entry->second) +
-                     "; keep only one of the two lines");
+    throw InputError(valueSpec.name + " is given twice, first in line " +
+                     std::to_string(entry->second) + "; keep only one of the two lines");
   }
-  assign(spec, assignment.value, input);
+  assign(valueSpec, assignment.value, input);
 }
 
 void refuseMissing(const GivenLines& given) {
   std::vector<std::string> names;
   std::vector<std::string> lines;
-  for (const ValueSpec& spec : valueSpecs()) {
-    if (spec.mandatory && !given.contains(spec.name)) {
-      names.push_back(spec.name);
-      lines.push_back(exampleLine(spec));
+  for (const ValueSpec& valueSpec : valueSpecs()) {
+    if (valueSpec.mandatory && !given.contains(valueSpec.name)) {
+      names.push_back(valueSpec.name);
+      lines.push_back(exampleLine(valueSpec));
     }
   }
   if (!names.empty()) {
@@ -474,9 +477,10 @@ std::string writeDesign(const DesignInput& input) {
   constexpr int kNameWidth = 18;
   constexpr int kValueWidth = 12;
   std::string text = "# A pair of external spur gears: what the designer states.\n";
-  for (const ValueSpec& spec : valueSpecs()) {
-    text += padded(spec.name, kNameWidth) + " = " + padded(specText(spec, input), kValueWidth) +
-            "  # " + spec.description + ", " + rangeText(spec) + "\n";
+  for (const ValueSpec& valueSpec : valueSpecs()) {
+    text += padded(valueSpec.name, kNameWidth) + " = " +
+            padded(specText(valueSpec, input), kValueWidth) + "  # " + valueSpec.description +
+            ", " + rangeText(valueSpec) + "\n";
   }
   return text;
 }
