@@ -80,11 +80,18 @@ bool CommandHistory::canRedo() const noexcept { return !undone.empty(); }
 std::size_t CommandHistory::getUndoCount() const noexcept { return executed.size(); }
 std::size_t CommandHistory::getRedoCount() const noexcept { return undone.size(); }
 
+std::shared_ptr<CommandBase> CommandHistory::getUndoCommand() const {
+  return executed.empty() ? nullptr : executed.back();
+}
+std::shared_ptr<CommandBase> CommandHistory::getRedoCommand() const {
+  return undone.empty() ? nullptr : undone.back();
+}
+
 std::string CommandHistory::getUndoDescription() const {
-  return executed.empty() ? std::string() : executed.back()->getDescription();
+  return canUndo() ? getUndoCommand()->getDescription() : std::string();
 }
 std::string CommandHistory::getRedoDescription() const {
-  return undone.empty() ? std::string() : undone.back()->getDescription();
+  return canRedo() ? getRedoCommand()->getDescription() : std::string();
 }
 
 std::size_t CommandHistory::getLimit() const noexcept { return keptCommands; }

@@ -42,7 +42,10 @@ class TESSARIL_PLATFORM_EXPORT CommandHistory {
   bool canRedo() const noexcept;
   std::size_t getUndoCount() const noexcept;
   std::size_t getRedoCount() const noexcept;
-  /// What undo and redo would act on; empty when there is nothing.
+  /// What undo and redo would act on; null when there is nothing.
+  std::shared_ptr<CommandBase> getUndoCommand() const;
+  std::shared_ptr<CommandBase> getRedoCommand() const;
+  /// The descriptions of those commands; empty when there is nothing.
   std::string getUndoDescription() const;
   std::string getRedoDescription() const;
 

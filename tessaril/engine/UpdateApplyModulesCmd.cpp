@@ -10,6 +10,7 @@
 #include "tessaril/graph/ApplyGraph.h"
 #include "tessaril/module/ApplyFailure.h"
 #include "tessaril/module/ApplyModule.h"
+#include "tessaril/module/LiveLinks.h"
 #include "tessaril/platform/framework_interfaces/ApplyCacheInterface.h"
 #include "tessaril/platform/framework_interfaces/ApplyUpdateMessage.h"
 #include "tessaril/platform/logging/LogMessage.h"
@@ -95,18 +96,6 @@ std::string describeUpdate(ApplyModule& end, const std::shared_ptr<Object>& obje
   return TranslatorArg::translate(kTranslationContext, "Update Design up to: %1")
       .arg(probe->getDescription())
       .toString();
-}
-
-/// Of the list as it is now: what `visit` does may edit it.
-template <typename Visit>
-void forEachLiveNext(const ApplyModule& module, const Visit& visit) {
-  const auto& now = module.getNextApplyModules();
-  const std::vector<std::weak_ptr<ApplyModule>> links(now.begin(), now.end());
-  for (const auto& link : links) {
-    if (const auto next = link.lock()) {
-      visit(next);
-    }
-  }
 }
 
 }  // namespace
@@ -290,11 +279,11 @@ bool UpdateApplyModulesCmd::needsFullApply(ModulePtr module) const {
 }
 
 void UpdateApplyModulesCmd::addChildrenToQueue(const ModulePtr& module, ModuleQueue& queue) {
-  forEachLiveNext(*module, [&queue](const ModulePtr& next) { queue.push(next); });
+  forEachLive(module->getNextApplyModules(), [&queue](const ModulePtr& next) { queue.push(next); });
 }
 
 void UpdateApplyModulesCmd::prepareNextModules(ModulePtr module) {
-  forEachLiveNext(*module, [this](const ModulePtr& next) {
+  forEachLive(module->getNextApplyModules(), [this](const ModulePtr& next) {
     if (isInDependencyCollection(next)) {
       moduleQueue.push(next);
     } else if (applyStarted) {
@@ -431,7 +420,10 @@ void UpdateApplyModulesCmd::executeAutoApplyOnSubGraph(ModulePtr root) {
       continue;
     }
     // What follows an inconsistent module is not computed from it, but has to hear of the change.
-    forEachLiveNext(*module, [this](const ModulePtr& next) { deliverGlobalMessages(next); });
+    // A list of its own, since message handlers may edit the graph.
+    const auto& links = module->getNextApplyModules();
+    const std::vector<std::weak_ptr<ApplyModule>> followers(links.begin(), links.end());
+    forEachLive(followers, [this](const ModulePtr& next) { deliverGlobalMessages(next); });
     module->sendStateChangeSignalsOfFollowingModules();
   }
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "tessaril/module/ApplyModule.h"
+#include "tessaril/module/LiveLinks.h"
 #include "tessaril/platform/exceptions/TsException.h"
 #include "tessaril/platform/parameterization/Object.h"
 
@@ -19,17 +20,6 @@ using ModulePtr = std::shared_ptr<ApplyModule>;
 using Links = std::vector<std::weak_ptr<ApplyModule>>;
 using LinksOf = const Links& (ApplyModule::*)() const;
 using InsertMode = ApplyModuleInsertInfo::ApplyGraphInsertMode;
-
-/// Calls `visit` with every live module of `links`, in list order. By index, since what `visit`
-/// does to other modules may reach this list.
-template <typename Visit>
-void forEachLive(const Links& links, const Visit& visit) {
-  for (std::size_t i = 0; i < links.size(); ++i) {
-    if (const ModulePtr module = links[i].lock()) {
-      visit(module);
-    }
-  }
-}
 
 template <typename Matches>
 ModulePtr findLive(const Links& links, const Matches& matches) {
@@ -176,28 +166,7 @@ void ApplyGraph::removePrevious(ModulePtr module) {
   module->previousApplyModules.clear();
 }
 
-void ApplyGraph::remove(ModulePtr module) {
-  if (module == nullptr) {
-    return;
-  }
-  const Links previousModules = module->previousApplyModules;
-  const Links nextModules = module->nextApplyModules;
-  forEachLive(previousModules, [&](const ModulePtr& previous) {
-    previous->removeNextApplyModule(module);
-    module->removePreviousApplyModule(previous);
-    forEachLive(nextModules, [&](const ModulePtr& next) { previous->addNextApplyModule(next); });
-  });
-  forEachLive(nextModules, [&](const ModulePtr& next) {
-    next->removePreviousApplyModule(module);
-    module->removeNextApplyModule(next);
-    if (module->isStartOfSideChain()) {
-      next->setStartOfSideChain(true);
-    }
-    forEachLive(previousModules,
-                [&](const ModulePtr& previous) { next->addPreviousApplyModule(previous); });
-  });
-  module->setStartOfSideChain(false);
-}
+void ApplyGraph::remove(ModulePtr module) { takeOut(module, module, true); }
 
 void ApplyGraph::replace(ModulePtr oldModule, ModulePtr newModule) {
   if (oldModule == nullptr || newModule == nullptr) {
@@ -323,7 +292,9 @@ void ApplyGraph::insertSubGraphBefore(ModulePtr start, ModulePtr end, ModulePtr 
   }
 }
 
-void ApplyGraph::removeSubGraph(ModulePtr start, ModulePtr end) {
+void ApplyGraph::removeSubGraph(ModulePtr start, ModulePtr end) { takeOut(start, end, false); }
+
+void ApplyGraph::takeOut(const ModulePtr& start, const ModulePtr& end, bool handOnStartFlag) {
   if (start == nullptr || end == nullptr) {
     return;
   }
@@ -337,6 +308,9 @@ void ApplyGraph::removeSubGraph(ModulePtr start, ModulePtr end) {
   forEachLive(nextModules, [&](const ModulePtr& next) {
     next->removePreviousApplyModule(end);
     end->removeNextApplyModule(next);
+    if (handOnStartFlag && start->isStartOfSideChain()) {
+      next->setStartOfSideChain(true);
+    }
     forEachLive(previousModules,
                 [&](const ModulePtr& previous) { next->addPreviousApplyModule(previous); });
   });
@@ -585,9 +559,7 @@ void ApplyGraph::forSemanticOrderedPreviousModules(std::function<bool(ModulePtr)
   if (module == nullptr) {
     return;
   }
-  ModuleSet scope;
-  module->gatherAllDependencies(scope, nullptr);
-  scope.insert(module);
+  const ModuleSet scope = dependenciesBackTo(module, nullptr);
   ModuleSet visited;
   ModuleQueue queue;
   queue.push(module);

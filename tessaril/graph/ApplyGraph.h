@@ -210,6 +210,8 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
  private:
   static void removeNext(std::shared_ptr<ApplyModule> module);
   static void removePrevious(std::shared_ptr<ApplyModule> module);
+  static void takeOut(const std::shared_ptr<ApplyModule>& start,
+                      const std::shared_ptr<ApplyModule>& end, bool handOnStartFlag);
   static void addSubGraphToChain(const std::shared_ptr<ApplyModule>& start,
                                  const std::shared_ptr<ApplyModule>& end,
                                  const std::shared_ptr<ApplyModule>& anchor);

@@ -29,8 +29,6 @@ void DesignSession::setFlag(const std::shared_ptr<DesignModule>& module, ModuleF
 
 void DesignSession::execute(const std::shared_ptr<Tessaril::CommandBase>& command) {
   history.execute(command);
-  done.push_back(command);
-  undone.clear();
   account = accountOfChange(*command);
 }
 
@@ -58,19 +56,17 @@ bool DesignSession::canRedo() const { return history.canRedo(); }
 
 std::string DesignSession::undo() {
   std::string description = history.getUndoDescription();
+  const auto command = history.getUndoCommand();
   history.undo();
-  undone.push_back(done.back());
-  done.pop_back();
-  account = accountOfUndo(*undone.back());
+  account = accountOfUndo(*command);
   return description;
 }
 
 std::string DesignSession::redo() {
   std::string description = history.getRedoDescription();
+  const auto command = history.getRedoCommand();
   history.redo();
-  done.push_back(undone.back());
-  undone.pop_back();
-  account = accountOfRedo(*done.back());
+  account = accountOfRedo(*command);
   return description;
 }
 

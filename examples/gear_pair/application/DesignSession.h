@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "examples/gear_pair/application/GearPairDesign.h"
 #include "examples/gear_pair/application/RunAccount.h"
@@ -58,9 +57,6 @@ class DesignSession {
   std::shared_ptr<Tessaril::Object> root;
   std::shared_ptr<GearPairDesign> gearPair;
   Tessaril::ReferencePlatform::CommandHistory history;
-  /// The commands of the history, for the account of an undo or redo.
-  std::vector<std::shared_ptr<Tessaril::CommandBase>> done;
-  std::vector<std::shared_ptr<Tessaril::CommandBase>> undone;
   RunAccount account;
 };
 

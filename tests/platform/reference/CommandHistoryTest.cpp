@@ -44,6 +44,18 @@ TEST_F(CommandHistoryTest, BeginsEmptyWithoutLimit) {
   EXPECT_EQ(history.getLimit(), CommandHistory::kNoLimit);
 }
 
+TEST_F(CommandHistoryTest, NamesTheCommandsThatUndoAndRedoWouldActOn) {
+  EXPECT_EQ(history.getUndoCommand(), nullptr);
+  EXPECT_EQ(history.getRedoCommand(), nullptr);
+  const auto first = execute("A");
+  const auto second = execute("B");
+  EXPECT_EQ(history.getUndoCommand(), second);
+  EXPECT_EQ(history.getRedoCommand(), nullptr);
+  history.undo();
+  EXPECT_EQ(history.getUndoCommand(), first);
+  EXPECT_EQ(history.getRedoCommand(), second);
+}
+
 TEST_F(CommandHistoryTest, ExecutesUndoesAndRedoes) {
   execute("A");
   execute("B");
