@@ -36,7 +36,9 @@ void SteppingThreadManager::waitUntil(const std::function<bool()>& done) {
       if (action) {
         action(next);
       }
-      complete(next);
+      // Another thread that waits may have taken the same job meanwhile; then there is more to
+      // wait.
+      runIfWaiting(next);
     } else if (runningJobs > 0) {
       jobEnded.wait(lock, [&] { return endedJobs != seen; });
     } else if (endedJobs == seen) {
@@ -46,10 +48,16 @@ void SteppingThreadManager::waitUntil(const std::function<bool()>& done) {
 }
 
 void SteppingThreadManager::complete(JobNumber number) {
+  if (!runIfWaiting(number)) {
+    throw std::out_of_range("No job waits under the number " + std::to_string(number));
+  }
+}
+
+bool SteppingThreadManager::runIfWaiting(JobNumber number) {
   std::unique_lock lock(mutex);
   auto node = waiting.extract(number);
   if (node.empty()) {
-    throw std::out_of_range("No job waits under the number " + std::to_string(number));
+    return false;
   }
   ++runningJobs;
   lock.unlock();
@@ -59,6 +67,7 @@ void SteppingThreadManager::complete(JobNumber number) {
   --runningJobs;
   ++endedJobs;
   jobEnded.notify_all();
+  return true;
 }
 
 void SteppingThreadManager::completeInOrder(std::vector<JobNumber> numbers) {

@@ -35,8 +35,9 @@ class TESSARIL_PLATFORM_EXPORT SteppingThreadManager : public ThreadManager {
   void complete(JobNumber number);
   /// What waitUntil is to prefer from now on. A number under which no job waits is passed over.
   void completeInOrder(std::vector<JobNumber> numbers);
-  /// Called by waitUntil, on the waiting thread, before it runs a job, with the job's number.
-  /// Empty: nothing is called.
+  /// Called by waitUntil, on the waiting thread, before it runs a job, with the job's number. Two
+  /// threads that wait may both have chosen the same job; one of them runs it then. Empty: nothing
+  /// is called.
   void setBeforeStep(std::function<void(JobNumber)> action);
 
   /// The numbers of the jobs that wait, in ascending order.
@@ -45,6 +46,8 @@ class TESSARIL_PLATFORM_EXPORT SteppingThreadManager : public ThreadManager {
   void refuseJobs();
 
  private:
+  /// False where no job waits under that number.
+  bool runIfWaiting(JobNumber number);
   JobNumber chooseNext() const;
   void run(const std::function<void()>& job) const;
 

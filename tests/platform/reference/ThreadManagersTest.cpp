@@ -246,6 +246,27 @@ TEST_F(SteppingThreadManagerTest, WaitsForAJobThatAnotherThreadCompletes) {
   other.join();
 }
 
+TEST_F(SteppingThreadManagerTest, RunsAJobOnceThatTwoWaitsHaveChosen) {
+  std::atomic<int> runs{0};
+  std::atomic<int> failures{0};
+  std::latch bothHaveChosen(2);
+  manager.start([&] { ++runs; });
+  manager.setBeforeStep(
+      [&](SteppingThreadManager::JobNumber) { bothHaveChosen.arrive_and_wait(); });
+  const auto wait = [&] {
+    try {
+      manager.waitUntil([&] { return runs > 0; });
+    } catch (...) {
+      ++failures;
+    }
+  };
+  std::thread other(wait);
+  wait();
+  other.join();
+  EXPECT_EQ(runs, 1);
+  EXPECT_EQ(failures, 0);
+}
+
 TEST(SteppingThreadsTest, AJobRunsOnAThreadOfItsOwnOrInline) {
   for (const auto where :
        {SteppingThreadManager::Where::OwnThread, SteppingThreadManager::Where::Inline}) {
