@@ -4,6 +4,8 @@
 #include <bit>
 #include <random>
 
+#include "reference_platform/persistence_archiver/HostClass.h"
+
 namespace Tessaril {
 namespace {
 
@@ -98,6 +100,26 @@ std::string Identifier::toString() const {
 
 std::size_t Identifier::hash() const noexcept {
   return static_cast<std::size_t>(mixBits(highHalf + 0x9E3779B97F4A7C15ULL + mixBits(lowHalf)));
+}
+
+void Identifier::serialization_register(void* descriptor) {
+  static const BaseClassRegister& record = ReferencePlatform::registerHostClass<Identifier>(
+      "Identifier", 1,
+      [](PersistenceArchiver& archiver, BaseClassRegister& target) {
+        archiver >> *static_cast<Identifier*>(target.object);
+      },
+      [](PersistenceArchiver& archiver, BaseClassRegister& source) {
+        archiver << *static_cast<const Identifier*>(source.object);
+      });
+  *static_cast<BaseClassRegister*>(descriptor) = record;
+}
+
+PersistenceArchiver& operator<<(PersistenceArchiver& archiver, const Identifier& id) {
+  return archiver << id.highHalf << id.lowHalf;
+}
+
+PersistenceArchiver& operator>>(PersistenceArchiver& archiver, Identifier& id) {
+  return archiver >> id.highHalf >> id.lowHalf;
 }
 
 }  // namespace Tessaril

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "reference_platform/persistence_archiver/HostClass.h"
+
 namespace Tessaril {
 namespace {
 
@@ -185,6 +187,36 @@ const Object* Object::follow(const Path& path) const {
     }
   }
   return level;
+}
+
+void Object::serialization_register(void* descriptor) {
+  static const BaseClassRegister& record = ReferencePlatform::registerHostClass<Object>(
+      "Object", 1,
+      [](PersistenceArchiver& archiver, BaseClassRegister& target) {
+        static_cast<Object*>(target.object)->load(archiver, target.version);
+      },
+      [](PersistenceArchiver& archiver, BaseClassRegister& source) {
+        static_cast<const Object*>(source.object)->save(archiver, source.version);
+      },
+      []() -> void* { return new (std::nothrow) Object("object"); });
+  *static_cast<BaseClassRegister*>(descriptor) = record;
+}
+
+void Object::save(PersistenceArchiver& archiver, unsigned int /*version*/) const {
+  archiver << objectName << static_cast<unsigned int>(children.size());
+  for (const auto& child : children) {
+    archiver.writeShared(child);
+  }
+}
+
+void Object::load(PersistenceArchiver& archiver, unsigned int /*version*/) {
+  std::string name;
+  unsigned int count = 0;
+  archiver >> name >> count;
+  setName(std::move(name));
+  for (; count > 0; --count) {
+    addChild(archiver.readShared<Object>());
+  }
 }
 
 }  // namespace Tessaril

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "reference_platform/persistence_archiver/HostClass.h"
+
 namespace Tessaril {
 namespace {
 
@@ -57,6 +59,28 @@ std::string Path::toString() const {
     text += names[i];
   }
   return text;
+}
+
+void Path::serialization_register(void* descriptor) {
+  static const BaseClassRegister& record = ReferencePlatform::registerHostClass<Path>(
+      "Path", 1,
+      [](PersistenceArchiver& archiver, BaseClassRegister& target) {
+        static_cast<Path*>(target.object)->load(archiver, target.version);
+      },
+      [](PersistenceArchiver& archiver, BaseClassRegister& source) {
+        static_cast<const Path*>(source.object)->save(archiver, source.version);
+      });
+  *static_cast<BaseClassRegister*>(descriptor) = record;
+}
+
+void Path::save(PersistenceArchiver& archiver, unsigned int /*version*/) const {
+  archiver << toString();
+}
+
+void Path::load(PersistenceArchiver& archiver, unsigned int /*version*/) {
+  std::string text;
+  archiver >> text;
+  *this = Path(text);
 }
 
 }  // namespace Tessaril

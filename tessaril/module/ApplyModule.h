@@ -17,6 +17,7 @@ class ApplyUpdateInfo;
 class ApplyUpdateMessage;
 class CommandBase;
 class Object;
+class PersistenceArchiver;
 
 /// One node of an apply graph: one step of a design process that can be applied (computed) from the
 /// results of the steps before it.
@@ -168,6 +169,18 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   /// Every follower's sendStateChangeSignal(), once each, in the order of forAllFollowingModules().
   void sendStateChangeSignalsOfFollowingModules() const override;
 
+  // Stored records; docs/format.md lists their fields. A record holds the state, the additional
+  // flag, the speed rate and the insert information without its transfer request. The links and the
+  // start-of-side-chain flag are stored with the graph, see ApplyGraph::storeApplyGraph(). A class
+  // derived from this one writes its ApplyModule part with writeNested().
+
+  /// True when the class is known to the archiver, which it is from the load of the library on.
+  static const bool s_force_serialization_registration;
+  /// Fills the class record of "ApplyModule" into the BaseClassRegister that `descriptor` points
+  /// to. Its save and load operations throw an exception with the text "Parent not registered" when
+  /// the archiver has not accepted ModuleState as the base of this class.
+  static void serialization_register(void* descriptor);
+
  protected:
   /// Called after each change of one entry of this module's link lists, with the list changed. An
   /// edit that clears or copies a whole list does not call it.
@@ -189,6 +202,10 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   bool replacePreviousApplyModule(std::shared_ptr<ApplyModule> oldModule,
                                   std::shared_ptr<ApplyModule> newModule);
   void setStartOfSideChain(bool start);
+  void save(PersistenceArchiver& archiver, unsigned int version) const;
+  void load(PersistenceArchiver& archiver, unsigned int version);
+  void loadInsertInfo(PersistenceArchiver& archiver, unsigned int version);
+  static bool registerParent();
   void setChainStart(ApplyModuleInsertInfo::ApplyGraphInsertMode mode, Identifier chainId,
                      Identifier startChainId);
 
@@ -196,6 +213,10 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   void removeLink(Links& links, const std::shared_ptr<ApplyModule>& module);
   bool replaceLink(Links& links, const std::shared_ptr<ApplyModule>& oldModule,
                    const std::shared_ptr<ApplyModule>& newModule);
+
+  static const unsigned int s_serialization_type_id;
+  static const bool s_parent_registered_for_save;
+  static const bool s_parent_registered_for_load;
 
   // By value: a host may name its rates as it likes.
   LegacyProgress::Speed::Rate speedRate = static_cast<LegacyProgress::Speed::Rate>(3);

@@ -8,6 +8,8 @@
 
 namespace Tessaril {
 
+class PersistenceArchiver;
+
 /// Where a module belongs in an apply graph: on which chain, and how it joins it.
 ///
 /// A chain is named by an Identifier; the invalid identifier names the main chain. The placement
@@ -54,7 +56,18 @@ class TESSARIL_APPLY_EXPORT ApplyModuleInsertInfo {
   bool getTransferChains() const;
   void setTransferChains(bool transfer);
 
+  /// True when the class is known to the archiver, which it is from the load of the library on.
+  static const bool s_force_serialization_registration;
+  /// Fills the class record of "ApplyModuleInsertInfo" into the BaseClassRegister that `descriptor`
+  /// points to.
+  static void serialization_register(void* descriptor);
+
  private:
+  void save(PersistenceArchiver& archiver, unsigned int version) const;
+  void load(PersistenceArchiver& archiver, unsigned int version);
+
+  static const unsigned int s_serialization_type_id;
+
   ApplyGraphInsertMode insertMode = AddToChain;
   Identifier chainId;
   std::vector<Identifier> mergeChainIds;

@@ -6,6 +6,8 @@
 
 namespace Tessaril {
 
+class PersistenceArchiver;
+
 /// The state of one step of a design process: five flags and a signal that announces their changes.
 ///
 /// - active: the step takes part in updates;
@@ -68,7 +70,20 @@ class TESSARIL_APPLY_EXPORT ModuleState : public ModuleStateInterface {
   /// The same as setInputIsOk(computeIsInputOk(), sendSignal).
   void computeAndSetInputOk(bool sendSignal);
 
+  // Stored records; docs/format.md lists their fields. Loading sends no signal.
+
+  /// True when the class is known to the archiver, which it is from the load of the library on.
+  static const bool s_force_serialization_registration;
+  /// Fills the class record of "ModuleState" into the BaseClassRegister that `descriptor` points
+  /// to.
+  static void serialization_register(void* descriptor);
+
  private:
+  void save(PersistenceArchiver& archiver, unsigned int version) const;
+  void load(PersistenceArchiver& archiver, unsigned int version);
+
+  static const unsigned int s_serialization_type_id;
+
   void notify() const;
   void setFlag(bool& flag, bool value, bool notifyIfChanged);
 

@@ -12,6 +12,8 @@
 
 namespace Tessaril {
 
+class PersistenceArchiver;
+
 /// A 128 bit identifier, used by the apply framework to name chains.
 ///
 /// The value that is entirely zero is the invalid (null) identifier. Default construction gives it.
@@ -36,6 +38,14 @@ class TESSARIL_PLATFORM_EXPORT Identifier {
   /// "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx" in lower-case hexadecimal digits.
   std::string toString() const;
   std::size_t hash() const noexcept;
+
+  /// Fills the class record of "Identifier" into a BaseClassRegister.
+  static void serialization_register(void* descriptor);
+  /// All 128 bits.
+  friend TESSARIL_PLATFORM_EXPORT PersistenceArchiver& operator<<(PersistenceArchiver& archiver,
+                                                                  const Identifier& id);
+  friend TESSARIL_PLATFORM_EXPORT PersistenceArchiver& operator>>(PersistenceArchiver& archiver,
+                                                                  Identifier& id);
 
   friend constexpr bool operator==(const Identifier&, const Identifier&) noexcept = default;
   friend constexpr std::strong_ordering operator<=>(const Identifier&,

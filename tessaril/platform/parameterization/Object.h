@@ -13,6 +13,8 @@
 
 namespace Tessaril {
 
+class PersistenceArchiver;
+
 /// What kind of change in the parameter tree a tree-changed signal announces.
 enum class ObjectTreeChangeReason {
   ChildAdded = 0,
@@ -92,7 +94,15 @@ class TESSARIL_PLATFORM_EXPORT Object : public std::enable_shared_from_this<Obje
       const TreeChangedSignal::SlotType& slot,
       Signals::ConnectPosition position = Signals::ConnectPosition::AtBack) const;
 
+  /// Fills the class record of "Object" into a BaseClassRegister. The record holds the name and the
+  /// children, each with its run-time class, which has to be registered and to have a caster to
+  /// Object. Loading renames the object and adds the children to those that it has, with what
+  /// setName() and addChild() throw and announce.
+  static void serialization_register(void* descriptor);
+
  private:
+  void save(PersistenceArchiver& archiver, unsigned int version) const;
+  void load(PersistenceArchiver& archiver, unsigned int version);
   void requireAddable(const Object* child) const;
   void requireFreeName(std::string_view name) const;
   std::vector<std::string> namesBelow(const Object& ancestor) const;

@@ -8,6 +8,8 @@
 
 namespace Tessaril {
 
+class PersistenceArchiver;
+
 /// The way to an object of the parameter tree, as a list of names.
 ///
 /// Absolute paths start at the root, whose own name is left out, and print as "/a/b" (the root
@@ -34,7 +36,13 @@ class TESSARIL_PLATFORM_EXPORT Path {
 
   friend bool operator==(const Path&, const Path&) = default;
 
+  /// Fills the class record of "Path" into a BaseClassRegister.
+  static void serialization_register(void* descriptor);
+
  private:
+  void save(PersistenceArchiver& archiver, unsigned int version) const;
+  void load(PersistenceArchiver& archiver, unsigned int version);
+
   enum class Kind { Empty, Relative, Absolute };
   Path(Kind pathKind, std::vector<std::string> pathNames);
 

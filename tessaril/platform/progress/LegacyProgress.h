@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -23,7 +24,14 @@ class TESSARIL_PLATFORM_EXPORT LegacyProgress {
    public:
     /// How long a command usually takes. Only the order and the value 3 are fixed; what each one
     /// weighs is the host's affair. (The reference: 0, 1, 3, 10, 30 and 100, instant first.)
-    enum Rate { Instant = 0, VeryFast = 1, Fast = 2, Normal = 3, Slow = 4, VerySlow = 5 };
+    enum Rate : std::int32_t {
+      Instant = 0,
+      VeryFast = 1,
+      Fast = 2,
+      Normal = 3,
+      Slow = 4,
+      VerySlow = 5
+    };
 
     void add(Rate rate);
     /// The share, in whole percent of the accumulated weight rounded down, that one command of

@@ -1,0 +1,520 @@
+#include "tessaril/platform/persistence_archiver/PersistenceArchiver.h"
+
+#include <cxxabi.h>
+#include <zlib.h>
+
+#include <bit>
+#include <cstdlib>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+#include "reference_platform/persistence_archiver/ClassRegistry.h"
+
+// The layout of an archive is described, byte by byte, in docs/format.md.
+
+namespace Tessaril {
+namespace {
+
+using ReferencePlatform::ClassRegistry;
+
+constexpr std::string_view kMagic = "\x89TSR\r\n\x1a\n";
+constexpr std::size_t kFormatVersionAt = 8;
+constexpr std::size_t kSizeAt = 12;
+constexpr std::size_t kClassTableAt = 16;
+constexpr std::size_t kHeadSize = 20;
+constexpr std::size_t kCountSize = 4;
+constexpr std::size_t kChecksumSize = 4;
+constexpr std::size_t kSmallestArchive = kHeadSize + kCountSize + kChecksumSize;
+/// Type id, length of the name, version.
+constexpr std::size_t kSmallestClass = 12;
+
+/// The version of a class that is registered without one of its own.
+constexpr unsigned int kDefaultClassVersion = 500002;
+
+template <typename Number>
+Number numberAt(std::string_view text) {
+  Number value = 0;
+  for (std::size_t i = sizeof(Number); i-- > 0;) {
+    value = static_cast<Number>(value << 8 | static_cast<unsigned char>(text[i]));
+  }
+  return value;
+}
+
+template <typename Number>
+void putNumber(char* place, Number value) {
+  for (std::size_t i = 0; i < sizeof(Number); ++i) {
+    place[i] = static_cast<char>(value >> (8 * i) & 0xFF);
+  }
+}
+
+std::uint32_t checksumOf(std::string_view text) {
+  return static_cast<std::uint32_t>(
+      crc32_z(0, reinterpret_cast<const Bytef*>(text.data()), text.size()));
+}
+
+std::string quotedName(unsigned int typeId) {
+  return '"' + ClassRegistry::get().nameOf(typeId) + '"';
+}
+
+}  // namespace
+
+// Registration
+
+BaseClassRegister* PersistenceArchiver::registerFactory(const std::string& name,
+                                                        const BaseClassRegister& record,
+                                                        unsigned int version) {
+  return ClassRegistry::get().add(name, record, version);
+}
+
+const BaseClassRegister* PersistenceArchiver::findFactory(const std::string& name) {
+  const unsigned int typeId = getHashForName(name);
+  return getRegisteredName(typeId) == name ? ClassRegistry::get().find(typeId) : nullptr;
+}
+
+std::string PersistenceArchiver::getRegisteredName(unsigned int typeId) {
+  return ClassRegistry::get().nameOf(typeId);
+}
+
+unsigned int PersistenceArchiver::getHashForName(const std::string& name) {
+  // FNV-1a.
+  std::uint32_t hash = 0x811C9DC5;
+  for (const char letter : name) {
+    hash = (hash ^ static_cast<unsigned char>(letter)) * 0x01000193;
+  }
+  return hash == 0 || hash == BaseClassRegister::kNoType ? hash + 1 : hash;
+}
+
+unsigned int PersistenceArchiver::getHashForType(unsigned int hash) {
+  return ClassRegistry::get().typeOfHash(hash);
+}
+
+void PersistenceArchiver::registerHash(unsigned int hash, unsigned int typeId) {
+  ClassRegistry::get().addHash(hash, typeId);
+}
+
+bool PersistenceArchiver::registerCaster(unsigned int derivedId, unsigned int baseId,
+                                         Caster* caster) {
+  return ClassRegistry::get().addCaster(derivedId, baseId, std::unique_ptr<Caster>(caster));
+}
+
+unsigned int PersistenceArchiver::getCurrentVersion(unsigned int typeId) {
+  const BaseClassRegister* record = ClassRegistry::get().find(typeId);
+  return record != nullptr ? record->registeredVersion : kDefaultClassVersion;
+}
+
+// The archive as a whole
+
+PersistenceArchiver::PersistenceArchiver() {
+  bytes = kMagic;
+  bytes.resize(kHeadSize);
+}
+
+PersistenceArchiver::PersistenceArchiver(std::string archive)
+    : mode(Mode::Reading), bytes(std::move(archive)) {
+  readHead();
+}
+
+PersistenceArchiver::~PersistenceArchiver() = default;
+
+std::string PersistenceArchiver::finish() {
+  requireMode(Mode::Writing);
+  if (!openBlocks.empty()) {
+    throw std::logic_error("An archive cannot be completed while a block is open");
+  }
+  const unsigned int tableAddress = position();
+  writeNumber(static_cast<std::uint32_t>(classes.size()));
+  for (const ArchivedClass& archived : classes) {
+    *this << archived.typeId << archived.name << archived.version;
+  }
+  const auto size = static_cast<std::uint32_t>(position() + kChecksumSize);
+  putNumber<std::uint32_t>(&bytes[kFormatVersionAt], kFormatVersion);
+  putNumber<std::uint32_t>(&bytes[kSizeAt], size);
+  putNumber<std::uint32_t>(&bytes[kClassTableAt], tableAddress);
+  writeNumber(checksumOf(bytes));
+  mode = Mode::Written;
+  return std::move(bytes);
+}
+
+void PersistenceArchiver::readHead() {
+  if (!std::string_view(bytes).starts_with(kMagic)) {
+    throw ArchiveException("this is no design archive: it does not begin like one");
+  }
+  if (bytes.size() < kSmallestArchive) {
+    throw ArchiveException("cut at byte " + std::to_string(bytes.size()) +
+                           ", within the head of the archive");
+  }
+  const auto numberInHead = [this](std::size_t at) {
+    return numberAt<std::uint32_t>(std::string_view(bytes).substr(at));
+  };
+  const std::size_t size = numberInHead(kSizeAt);
+  if (bytes.size() != size) {
+    throw ArchiveException((bytes.size() < size ? "cut at byte " : "damaged: goes on to byte ") +
+                           std::to_string(bytes.size()) + " of " + std::to_string(size));
+  }
+  const std::size_t checksumAt = size - kChecksumSize;
+  if (numberInHead(checksumAt) != checksumOf(std::string_view(bytes).substr(0, checksumAt))) {
+    throw ArchiveException("damaged: the checksum at byte " + std::to_string(checksumAt) +
+                           " is not that of the bytes before it");
+  }
+  const unsigned int formatVersion = numberInHead(kFormatVersionAt);
+  if (formatVersion > kFormatVersion) {
+    throw ArchiveException("written in format " + std::to_string(formatVersion) +
+                           ", which is newer than this program's format " +
+                           std::to_string(kFormatVersion));
+  }
+  if (formatVersion == 0) {
+    throw ArchiveException("damaged: byte 8 names format 0, which there is none");
+  }
+  const std::size_t tableAddress = numberInHead(kClassTableAt);
+  if (tableAddress < kHeadSize || tableAddress > checksumAt) {
+    throw ArchiveException("damaged: byte 16 says that the class table begins at byte " +
+                           std::to_string(tableAddress));
+  }
+  bodyEnd = checksumAt;
+  readPosition = tableAddress;
+  readClassTable();
+  bodyEnd = tableAddress;
+  readPosition = kHeadSize;
+}
+
+void PersistenceArchiver::readClassTable() {
+  const auto count = readNumber<std::uint32_t>();
+  if (count > (bodyEnd - readPosition) / kSmallestClass) {
+    refuse("a class table of " + std::to_string(count) + " classes does not fit into the archive");
+  }
+  for (std::uint32_t i = 0; i < count; ++i) {
+    ArchivedClass archived;
+    *this >> archived.typeId >> archived.name >> archived.version;
+    BaseClassRegister record;
+    if (const BaseClassRegister* known = findFactory(archived.name)) {
+      record = *known;
+    } else {
+      record.typeId = archived.typeId;
+    }
+    record.version = archived.version;
+    if (!classTable.try_emplace(archived.typeId, record).second) {
+      refuse("the class table names two classes with the type id " +
+             std::to_string(archived.typeId));
+    }
+    classes.push_back(std::move(archived));
+  }
+  requireEnd();
+}
+
+void PersistenceArchiver::requireEnd() const {
+  requireMode(Mode::Reading);
+  if (readPosition != bodyEnd) {
+    refuse(std::to_string(bodyEnd - readPosition) + " bytes are left over");
+  }
+}
+
+const std::vector<ArchivedClass>& PersistenceArchiver::getClasses() const noexcept {
+  return classes;
+}
+
+// Values
+
+PersistenceArchiver& PersistenceArchiver::operator<<(const bool& value) {
+  return writeNumber(static_cast<std::uint8_t>(value ? 1 : 0));
+}
+
+PersistenceArchiver& PersistenceArchiver::operator<<(const unsigned int& value) {
+  return writeNumber(static_cast<std::uint32_t>(value));
+}
+
+PersistenceArchiver& PersistenceArchiver::operator<<(const std::uint64_t& value) {
+  return writeNumber(value);
+}
+
+PersistenceArchiver& PersistenceArchiver::operator<<(const double& value) {
+  static_assert(std::numeric_limits<double>::is_iec559);
+  return writeNumber(std::bit_cast<std::uint64_t>(value));
+}
+
+PersistenceArchiver& PersistenceArchiver::operator<<(const std::string& value) {
+  writeNumber(static_cast<std::uint32_t>(value.size()));
+  append(value);
+  return *this;
+}
+
+PersistenceArchiver& PersistenceArchiver::operator>>(bool& value) {
+  const auto number = readNumber<std::uint8_t>();
+  if (number > 1) {
+    readPosition -= 1;
+    refuse(std::to_string(number) + " is neither true nor false");
+  }
+  value = number == 1;
+  return *this;
+}
+
+PersistenceArchiver& PersistenceArchiver::operator>>(unsigned int& value) {
+  value = readNumber<std::uint32_t>();
+  return *this;
+}
+
+PersistenceArchiver& PersistenceArchiver::operator>>(std::uint64_t& value) {
+  value = readNumber<std::uint64_t>();
+  return *this;
+}
+
+PersistenceArchiver& PersistenceArchiver::operator>>(double& value) {
+  value = std::bit_cast<double>(readNumber<std::uint64_t>());
+  return *this;
+}
+
+PersistenceArchiver& PersistenceArchiver::operator>>(std::string& value) {
+  value = take(readNumber<std::uint32_t>());
+  return *this;
+}
+
+template <typename Number>
+PersistenceArchiver& PersistenceArchiver::writeNumber(Number value) {
+  char place[sizeof(Number)];
+  putNumber(place, value);
+  append({place, sizeof(Number)});
+  return *this;
+}
+
+template <typename Number>
+Number PersistenceArchiver::readNumber() {
+  return numberAt<Number>(take(sizeof(Number)));
+}
+
+void PersistenceArchiver::append(std::string_view text) {
+  requireMode(Mode::Writing);
+  constexpr std::size_t kLargestArchive = std::numeric_limits<std::uint32_t>::max();
+  if (text.size() > kLargestArchive - kChecksumSize - bytes.size()) {
+    throw ArchiveException("An archive cannot be larger than 4 GiB");
+  }
+  bytes += text;
+}
+
+std::string_view PersistenceArchiver::take(std::size_t size) {
+  requireMode(Mode::Reading);
+  const std::size_t left = blockEnd() - readPosition;
+  if (size > left) {
+    refuse(std::to_string(size) + " bytes are needed where " + std::to_string(left) + " are left");
+  }
+  const std::string_view taken = std::string_view(bytes).substr(readPosition, size);
+  readPosition += size;
+  return taken;
+}
+
+// Framed blocks
+
+std::fpos<std::mbstate_t> PersistenceArchiver::tellp() const {
+  return static_cast<std::streamoff>(position());
+}
+
+unsigned int PersistenceArchiver::position() const {
+  return static_cast<unsigned int>(mode == Mode::Reading ? readPosition : bytes.size());
+}
+
+std::size_t PersistenceArchiver::blockEnd() const {
+  return openBlocks.empty() ? bodyEnd : openBlocks.back();
+}
+
+void PersistenceArchiver::openBlock(unsigned int address) {
+  if (openBlocks.size() == kMaxDepth) {
+    refuse("objects are nested more than " + std::to_string(kMaxDepth) + " deep");
+  }
+  openBlocks.push_back(address);
+}
+
+void PersistenceArchiver::mark_object_start(unsigned int start, unsigned int typeHash) {
+  requireMode(Mode::Writing);
+  if (start != position() + sizeof(std::uint32_t)) {
+    throw std::logic_error("A block begins 4 bytes behind the present position");
+  }
+  openBlock(start);
+  writeNumber(std::uint32_t{0});
+  writeNumber(static_cast<std::uint32_t>(typeHash));
+  const BaseClassRegister* record = ClassRegistry::get().find(typeHash);
+  if (record != nullptr && classTable.try_emplace(typeHash, *record).second) {
+    classes.push_back({typeHash, getRegisteredName(typeHash), record->registeredVersion});
+  }
+}
+
+void PersistenceArchiver::mark_object_end(unsigned int start, unsigned int end) {
+  requireMode(Mode::Writing);
+  if (openBlocks.empty() || openBlocks.back() != start || end != position()) {
+    throw std::logic_error("The innermost block is closed first, and at the present position");
+  }
+  putNumber<std::uint32_t>(&bytes[start - sizeof(std::uint32_t)], end);
+  openBlocks.pop_back();
+}
+
+void PersistenceArchiver::read_to_address_header(unsigned int& start, unsigned int& end) {
+  end = readNumber<std::uint32_t>();
+  start = position();
+  if (end < start + sizeof(std::uint32_t) || end > blockEnd()) {
+    refuse("a block is said to end at byte " + std::to_string(end));
+  }
+  openBlock(end);
+}
+
+void PersistenceArchiver::end_read_to_address(unsigned int end) {
+  requireMode(Mode::Reading);
+  if (openBlocks.empty() || openBlocks.back() != end) {
+    throw std::logic_error("The innermost block is closed first");
+  }
+  readPosition = end;
+  openBlocks.pop_back();
+}
+
+void PersistenceArchiver::check_container_size(unsigned int count) const {
+  requireMode(Mode::Reading);
+  // Every element takes a byte at least.
+  if (const std::size_t left = blockEnd() - readPosition; count > left) {
+    refuse(std::to_string(count) + " elements cannot be held by " + std::to_string(left) +
+           " bytes");
+  }
+}
+
+// The classes of this archive
+
+const BaseClassRegister* PersistenceArchiver::findClass(unsigned int typeHash) const {
+  const auto found = classTable.find(typeHash);
+  return found != classTable.end() ? &found->second : nullptr;
+}
+
+void PersistenceArchiver::addClass(unsigned int typeHash, const BaseClassRegister& descriptor) {
+  BaseClassRegister record = descriptor;
+  record.object = nullptr;
+  classTable.insert_or_assign(typeHash, record);
+}
+
+// Shared objects
+
+void PersistenceArchiver::writeObject(std::shared_ptr<const void> object, unsigned int typeId,
+                                      unsigned int expectedTypeId) {
+  if (object == nullptr) {
+    writeNumber(std::uint32_t{0});
+    return;
+  }
+  if (!ClassRegistry::get().pathToBase(typeId, expectedTypeId)) {
+    throw ArchiveException("No casters lead from the class " + quotedName(typeId) + " to " +
+                           quotedName(expectedTypeId) + ": it could not be read again");
+  }
+  const BaseClassRegister& record = *ClassRegistry::get().find(typeId);
+  PointerMapContainerBase& container = containerOf(record);
+  if (const std::uint32_t known = container.numberOf(object.get())) {
+    writeNumber(known);
+    return;
+  }
+  objects.push_back({typeId, &container});
+  const auto number = static_cast<std::uint32_t>(objects.size());
+  BaseClassRegister descriptor = record;
+  descriptor.object = const_cast<void*>(object.get());
+  container.keep(number, std::move(object));
+  writeNumber(number);
+  const auto start = static_cast<unsigned int>(position() + sizeof(std::uint32_t));
+  mark_object_start(start, typeId);
+  descriptor.save(*this, descriptor);
+  mark_object_end(start, position());
+}
+
+std::shared_ptr<void> PersistenceArchiver::readObject(unsigned int expectedTypeId) {
+  const auto number = readNumber<std::uint32_t>();
+  if (number == 0) {
+    return nullptr;
+  }
+  if (number == objects.size() + 1) {
+    return readNewObject(expectedTypeId);
+  }
+  if (number > objects.size()) {
+    refuse("the shared object " + std::to_string(number) + " comes after only " +
+           std::to_string(objects.size()));
+  }
+  const SharedObject& known = objects[number - 1];
+  return asClass(known.container->find(number), known.typeId, expectedTypeId);
+}
+
+std::shared_ptr<void> PersistenceArchiver::readNewObject(unsigned int expectedTypeId) {
+  unsigned int start = 0;
+  unsigned int end = 0;
+  unsigned int typeHash = 0;
+  read_to_address_header(start, end);
+  *this >> typeHash;
+  BaseClassRegister descriptor;
+  if (const BaseClassRegister* archived = findClass(typeHash)) {
+    descriptor = *archived;
+  }
+  if (descriptor.create == nullptr) {
+    refuse("this program cannot make an object of the class " + archivedName(typeHash));
+  }
+  // Asked before the object is made, so that nothing of a wrong class is ever loaded.
+  requireCasters(descriptor.typeId, expectedTypeId);
+  PointerMapContainerBase& container = containerOf(descriptor);
+  objects.push_back({descriptor.typeId, &container});
+  descriptor.object = descriptor.create();
+  if (descriptor.object == nullptr) {
+    throw std::bad_alloc();
+  }
+  const std::shared_ptr<void> object =
+      container.adopt(static_cast<std::uint32_t>(objects.size()), descriptor.object);
+  descriptor.load(*this, descriptor);
+  end_read_to_address(end);
+  return asClass(object, descriptor.typeId, expectedTypeId);
+}
+
+std::shared_ptr<void> PersistenceArchiver::asClass(const std::shared_ptr<void>& object,
+                                                   unsigned int typeId,
+                                                   unsigned int expectedTypeId) const {
+  void* address = object.get();
+  for (const Caster* caster : requireCasters(typeId, expectedTypeId)) {
+    address = caster->toBase(address);
+  }
+  return {object, address};
+}
+
+std::vector<const Caster*> PersistenceArchiver::requireCasters(unsigned int typeId,
+                                                               unsigned int expectedTypeId) const {
+  auto path = ClassRegistry::get().pathToBase(typeId, expectedTypeId);
+  if (!path) {
+    refuse("an object of the class " + quotedName(typeId) + " stands where one of " +
+           quotedName(expectedTypeId) + " is expected");
+  }
+  return std::move(*path);
+}
+
+PointerMapContainerBase& PersistenceArchiver::containerOf(const BaseClassRegister& record) {
+  auto& container = containers[record.typeId];
+  if (container == nullptr) {
+    container = record.createContainer();
+  }
+  return *container;
+}
+
+// Errors
+
+std::string PersistenceArchiver::archivedName(unsigned int typeHash) const {
+  for (const ArchivedClass& archived : classes) {
+    if (archived.typeId == typeHash) {
+      return '"' + archived.name + '"';
+    }
+  }
+  return "of the unknown type id " + std::to_string(typeHash);
+}
+
+void PersistenceArchiver::requireMode(Mode required) const {
+  if (mode != required) {
+    throw std::logic_error(required == Mode::Reading ? "This archive is not for reading"
+                                                     : "This archive is not for writing");
+  }
+}
+
+void PersistenceArchiver::refuse(const std::string& why) const {
+  throw ArchiveException("byte " + std::to_string(position()) + ": " + why);
+}
+
+void PersistenceArchiver::refuseUnregistered(const std::type_info& type) {
+  int status = 0;
+  const std::unique_ptr<char, decltype(&std::free)> name(
+      abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), &std::free);
+  throw ArchiveException(std::string("The class ") + (name != nullptr ? name.get() : type.name()) +
+                         " is not registered: its objects cannot be written");
+}
+
+}  // namespace Tessaril

@@ -1,0 +1,251 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ios>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <typeinfo>
+#include <unordered_map>
+#include <vector>
+
+#include "tessaril/platform/Export.h"
+#include "tessaril/platform/persistence_archiver/ArchiveException.h"
+#include "tessaril/platform/persistence_archiver/BaseClassRegister.h"
+#include "tessaril/platform/persistence_archiver/Caster.h"
+
+namespace Tessaril {
+
+/// One class as an archive names it.
+struct ArchivedClass {
+  unsigned int typeId = BaseClassRegister::kNoType;
+  std::string name;
+  /// The version with which its objects were written.
+  unsigned int version = BaseClassRegister::kNoVersion;
+
+  friend bool operator==(const ArchivedClass&, const ArchivedClass&) = default;
+};
+
+/// Writes objects into an archive, or reads them from one; and knows, for the whole process, the
+/// classes whose objects can be stored.
+///
+/// An archive is a sequence of values and *framed blocks*. A block holds one object, or one
+/// container of objects: its frame says where it ends and of which class the contents are. Blocks
+/// nest, at most kMaxDepth deep. An archive carries a table of the classes whose blocks it holds,
+/// with the versions that were written. A *type hash* is the type id of a class as it stands in a
+/// frame.
+///
+/// Reading checks every step against the end of the innermost open block: what is cut, damaged or
+/// made up ends in an ArchiveException that names the byte, never in a read beyond the archive, and
+/// never in memory that the archive's own bytes do not account for. After an exception nothing more
+/// can be made of the archive. Using an archive the wrong way round is a std::logic_error.
+///
+/// One thread at a time uses an archive. The registration may be used from all threads, and during
+/// static initialisation of any library, in any order. Nothing is ever unregistered: a library that
+/// has registered classes must stay loaded.
+class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
+ public:
+  static constexpr std::size_t kMaxDepth = 500;
+  /// The newest file format that can be read; the one that is written.
+  static constexpr unsigned int kFormatVersion = 1;
+
+  // Registration of classes
+
+  /// Keeps a copy of the record under that name, with that version and a type id of its own, and
+  /// returns it; valid for the rest of the process. The same name and version once more return what
+  /// is kept already. Throws ArchiveException for another version of a name that is kept, and for a
+  /// name that cannot be told from another one by its type id.
+  static BaseClassRegister* registerFactory(const std::string& name,
+                                            const BaseClassRegister& record, unsigned int version);
+  /// The record that is kept under that name; null for none.
+  static const BaseClassRegister* findFactory(const std::string& name);
+  /// The name that a type id was registered under; empty for none.
+  static std::string getRegisteredName(unsigned int typeId);
+  /// The same for the same text in every process; never 0, never BaseClassRegister::kNoType.
+  static unsigned int getHashForName(const std::string& name);
+  /// The type id that was registered for the hash of a run-time type name;
+  /// BaseClassRegister::kNoType for none.
+  static unsigned int getHashForType(unsigned int hash);
+  /// Makes the hash of a run-time type name lead to a type id. Throws ArchiveException when it
+  /// leads to another one already.
+  static void registerHash(unsigned int hash, unsigned int typeId);
+  /// Makes known that one class derives from another. Takes the caster over in every case. False,
+  /// and nothing is known, when the caster is null or the two are not two registered classes. True
+  /// as well for a pair that is known already: the first caster stays.
+  static bool registerCaster(unsigned int derivedId, unsigned int baseId, Caster* caster);
+  /// The version that objects of the class are written with; for 0, the version for classes that
+  /// are registered without one of their own.
+  static unsigned int getCurrentVersion(unsigned int typeId);
+
+  // The archive as a whole
+
+  /// An empty archive, to be written.
+  PersistenceArchiver();
+  /// An archive to be read, from the bytes that finish() gave. Throws ArchiveException for bytes
+  /// that are no archive, are cut, damaged, or of a newer format.
+  explicit PersistenceArchiver(std::string archive);
+  PersistenceArchiver(const PersistenceArchiver&) = delete;
+  PersistenceArchiver& operator=(const PersistenceArchiver&) = delete;
+  ~PersistenceArchiver();
+
+  /// Completes a written archive and returns its bytes. Nothing can be written afterwards.
+  /// Requires: every block is closed.
+  std::string finish();
+  /// Throws ArchiveException unless everything has been read.
+  void requireEnd() const;
+  /// The classes that the archive names, in the order in which their first blocks were opened.
+  const std::vector<ArchivedClass>& getClasses() const noexcept;
+
+  // Values
+
+  PersistenceArchiver& operator<<(const bool& value);
+  PersistenceArchiver& operator<<(const unsigned int& value);
+  PersistenceArchiver& operator<<(const std::uint64_t& value);
+  PersistenceArchiver& operator<<(const double& value);
+  PersistenceArchiver& operator<<(const std::string& value);
+  PersistenceArchiver& operator>>(bool& value);
+  PersistenceArchiver& operator>>(unsigned int& value);
+  PersistenceArchiver& operator>>(std::uint64_t& value);
+  PersistenceArchiver& operator>>(double& value);
+  PersistenceArchiver& operator>>(std::string& value);
+  /// A pointer is no value; without this one it would be written as a bool.
+  template <typename T>
+  PersistenceArchiver& operator<<(const T* value) = delete;
+
+  /// Enumerations are 32 bit values. What is read is not checked against the enumerators.
+  template <typename Enumeration>
+  void writeEnumeration(Enumeration value) {
+    static_assert(std::is_enum_v<Enumeration>);
+    *this << static_cast<unsigned int>(value);
+  }
+  template <typename Enumeration>
+  void readEnumeration(Enumeration& value) {
+    static_assert(std::is_enum_v<Enumeration>);
+    unsigned int number = 0;
+    *this >> number;
+    value = static_cast<Enumeration>(number);
+  }
+
+  // Framed blocks
+
+  /// Where the next value will be written or read: bytes from the beginning of the archive.
+  std::fpos<std::mbstate_t> tellp() const;
+  /// Opens a block. Requires: `start` is 4 bytes behind tellp(), so that the block's end can stand
+  /// before it.
+  void mark_object_start(unsigned int start, unsigned int typeHash);
+  /// Closes the block that was opened at `start`. Requires: it is the innermost open block, and
+  /// `end` is tellp().
+  void mark_object_end(unsigned int start, unsigned int end);
+  /// Opens the block that stands here, for reading: gives its start, which is where its type hash
+  /// stands, the next value to be read; and the address of its end.
+  void read_to_address_header(unsigned int& start, unsigned int& end);
+  /// Closes the innermost block: goes on behind its end, whatever of it has been read. Requires:
+  /// `end` is what read_to_address_header() gave for it.
+  void end_read_to_address(unsigned int end);
+  /// Throws ArchiveException for a number of elements that the rest of the innermost block cannot
+  /// hold.
+  void check_container_size(unsigned int count) const;
+
+  // The classes of this archive
+
+  /// The class of that type hash, with the version that this archive holds; null when the archive
+  /// does not name it. Valid until the next addClass().
+  const BaseClassRegister* findClass(unsigned int typeHash) const;
+  /// Names a class that the archive does not name, for the rest of this reading.
+  void addClass(unsigned int typeHash, const BaseClassRegister& descriptor);
+
+  // Shared objects. The first time an object is written with its run-time class, which has to be
+  // registered; after that, and for null, just as a number. T is the class that the pointers have,
+  // with a static serialization_register; when the run-time class is another one, casters have to
+  // lead from it to T.
+
+  template <typename T>
+  void writeShared(const std::shared_ptr<T>& object) {
+    writeObject({object, mostDerived(object.get())}, runTimeClass(object.get()),
+                typeIdOf<std::remove_const_t<T>>());
+  }
+  /// Throws ArchiveException for an object that is no T, or of a class that is not known here.
+  template <typename T>
+  std::shared_ptr<T> readShared() {
+    const std::shared_ptr<void> object = readObject(typeIdOf<T>());
+    return {object, static_cast<T*>(object.get())};
+  }
+
+ private:
+  enum class Mode { Writing, Written, Reading };
+  struct SharedObject {
+    unsigned int typeId;
+    PointerMapContainerBase* container;
+  };
+
+  template <typename T>
+  static unsigned int typeIdOf() {
+    BaseClassRegister descriptor;
+    T::serialization_register(&descriptor);
+    return descriptor.typeId;
+  }
+  template <typename T>
+  static const void* mostDerived(const T* object) {
+    if constexpr (std::is_polymorphic_v<T>) {
+      return dynamic_cast<const void*>(object);
+    } else {
+      return object;
+    }
+  }
+  template <typename T>
+  static unsigned int runTimeClass(const T* object) {
+    BaseClassRegister descriptor;
+    T::serialization_register(&descriptor);
+    if (object == nullptr) {
+      return descriptor.typeId;
+    }
+    const unsigned int typeId = descriptor.dynamicType(object);
+    if (typeId == BaseClassRegister::kNoType) {
+      refuseUnregistered(typeid(*object));
+    }
+    return typeId;
+  }
+  [[noreturn]] static void refuseUnregistered(const std::type_info& type);
+
+  void writeObject(std::shared_ptr<const void> object, unsigned int typeId,
+                   unsigned int expectedTypeId);
+  std::shared_ptr<void> readObject(unsigned int expectedTypeId);
+  std::shared_ptr<void> readNewObject(unsigned int expectedTypeId);
+  std::shared_ptr<void> asClass(const std::shared_ptr<void>& object, unsigned int typeId,
+                                unsigned int expectedTypeId) const;
+  std::vector<const Caster*> requireCasters(unsigned int typeId, unsigned int expectedTypeId) const;
+  PointerMapContainerBase& containerOf(const BaseClassRegister& record);
+
+  void requireMode(Mode required) const;
+  template <typename Number>
+  PersistenceArchiver& writeNumber(Number value);
+  template <typename Number>
+  Number readNumber();
+  void append(std::string_view text);
+  std::string_view take(std::size_t size);
+  unsigned int position() const;
+  std::size_t blockEnd() const;
+  void openBlock(unsigned int address);
+  void readHead();
+  void readClassTable();
+  std::string archivedName(unsigned int typeHash) const;
+  [[noreturn]] void refuse(const std::string& why) const;
+
+  Mode mode = Mode::Writing;
+  std::string bytes;
+  /// Reading: the next byte.
+  std::size_t readPosition = 0;
+  /// Reading: where the values end.
+  std::size_t bodyEnd = 0;
+  /// Of the open blocks, innermost last; writing: their starts, reading: their ends.
+  std::vector<unsigned int> openBlocks;
+  std::vector<ArchivedClass> classes;
+  std::unordered_map<unsigned int, BaseClassRegister> classTable;
+  /// The shared objects; number 1 is the first.
+  std::vector<SharedObject> objects;
+  std::unordered_map<unsigned int, std::unique_ptr<PointerMapContainerBase>> containers;
+};
+
+}  // namespace Tessaril
