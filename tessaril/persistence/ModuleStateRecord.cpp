@@ -20,15 +20,16 @@ void ModuleState::save(PersistenceArchiver& archiver, unsigned int /*version*/) 
 }
 
 void ModuleState::load(PersistenceArchiver& archiver, unsigned int version) {
+  const auto loadFlag = [&](bool& flag, bool stored) {
+    if (stored) {
+      archiver >> flag;
+    } else {
+      flag = false;
+    }
+  };
   archiver >> consistent >> active >> inputOk;
-  frozen = false;
-  skipped = false;
-  if (version >= RecordVersions::kFrozenStored) {
-    archiver >> frozen;
-  }
-  if (version >= RecordVersions::kSkippedStored) {
-    archiver >> skipped;
-  }
+  loadFlag(frozen, version >= RecordVersions::kFrozenStored);
+  loadFlag(skipped, version >= RecordVersions::kSkippedStored);
 }
 
 const unsigned int ModuleState::s_serialization_type_id = registeredTypeId<ModuleState>();
