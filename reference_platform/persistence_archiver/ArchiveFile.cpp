@@ -5,7 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstdint>
 #include <cstdio>
+#include <limits>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -16,155 +20,189 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::size_t kLargestArchive = std::numeric_limits<std::uint32_t>::max();
+
 [[noreturn]] void refuse(const fs::path& file, const std::string& why) {
   throw ArchiveException(file.string() + ": " + why);
 }
 
-[[noreturn]] void refuseWithErrno(const fs::path& file, const std::string& what) {
-  refuse(file, what + ": " + std::generic_category().message(errno));
+[[noreturn]] void fail(int error) { throw std::system_error(error, std::generic_category()); }
+
+/// The result of a call of the system, which is called again where a signal interrupted it.
+template <typename Call>
+auto checked(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) {
+    result = call();
+  }
+  if (result < 0) {
+    fail(errno);
+  }
+  return result;
 }
 
 /// An open file, closed at the end of its scope.
 class FileDescriptor {
  public:
-  explicit FileDescriptor(int opened) : number(opened) {}
+  FileDescriptor(const std::string& file, int flags, mode_t permissions = 0)
+      : number(checked([&] { return ::open(file.c_str(), flags | O_CLOEXEC, permissions); })) {}
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor() { close(); }
+  ~FileDescriptor() {
+    if (number >= 0) {
+      ::close(number);
+    }
+  }
 
   int get() const { return number; }
-  /// False when the system says that something was lost.
-  bool close() {
-    const int closing = std::exchange(number, -1);
-    return closing < 0 || ::close(closing) == 0;
+  /// Throws when the system says that something was lost.
+  void close() {
+    // An interrupted close has closed the file all the same.
+    if (::close(std::exchange(number, -1)) != 0 && errno != EINTR) {
+      fail(errno);
+    }
   }
 
  private:
   int number;
 };
 
-/// The new contents on their way to the place of the old ones.
-class NewFile {
+/// The name of a file that is removed at the end of its scope, unless it has been given away.
+class TemporaryName {
  public:
-  explicit NewFile(const fs::path& replaced)
-      : target(replaced), name(unusedNameBeside(replaced)), descriptor(create(name)) {
-    if (descriptor.get() < 0) {
-      name.clear();
-      refuseWithErrno(target, "cannot be written");
-    }
-  }
-  NewFile(const NewFile&) = delete;
-  NewFile& operator=(const NewFile&) = delete;
-  ~NewFile() {
+  explicit TemporaryName(std::string file) : name(std::move(file)) {}
+  TemporaryName(const TemporaryName&) = delete;
+  TemporaryName& operator=(const TemporaryName&) = delete;
+  ~TemporaryName() {
     if (!name.empty()) {
       ::unlink(name.c_str());
     }
   }
 
-  void write(std::string_view contents) {
-    while (!contents.empty()) {
-      const ssize_t written = ::write(descriptor.get(), contents.data(), contents.size());
-      if (written < 0 && errno != EINTR) {
-        refuseWithErrno(target, "cannot be written");
-      }
-      contents.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-    }
-  }
-
-  void takePermissionsOf(const fs::path& file) {
-    struct stat status {};
-    if (::stat(file.c_str(), &status) == 0 &&
-        ::fchmod(descriptor.get(), status.st_mode & 07777) != 0) {
-      refuseWithErrno(target, "cannot be written");
-    }
-  }
-
-  void takeThePlace() {
-    if (::fsync(descriptor.get()) != 0 || !descriptor.close() ||
-        std::rename(name.c_str(), target.c_str()) != 0) {
-      refuseWithErrno(target, "cannot be written");
-    }
+  void renameTo(const std::string& target) {
+    checked([&] { return std::rename(name.c_str(), target.c_str()); });
     name.clear();
   }
 
  private:
-  static std::string unusedNameBeside(const fs::path& file) {
-    const std::string unique = Identifier::createRandom().toString().substr(0, 8);
-    return (file.parent_path() / ('.' + file.filename().string() + '.' + unique)).string();
-  }
-  static int create(const std::string& name) {
-    constexpr mode_t kReadAndWrite = 0666;
-    return ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kReadAndWrite);
-  }
-
-  const fs::path& target;
-  /// Empty when there is nothing to remove.
   std::string name;
-  FileDescriptor descriptor;
 };
 
-/// A write-protected file could be replaced all the same: its directory decides about that.
-void requireWritable(const fs::path& file) {
-  if (::faccessat(AT_FDCWD, file.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT) {
-    refuseWithErrno(file, "cannot be written");
+std::string readAll(int descriptor) {
+  struct stat status {};
+  checked([&] { return ::fstat(descriptor, &status); });
+  std::string contents;
+  std::size_t size = 0;
+  // One byte more than the file should have, to meet its end.
+  std::size_t room = static_cast<std::size_t>(status.st_size) + 1;
+  for (;;) {
+    if (room > kLargestArchive + 1) {
+      fail(EFBIG);
+    }
+    contents.resize(room);
+    const ssize_t got =
+        checked([&] { return ::read(descriptor, contents.data() + size, room - size); });
+    size += static_cast<std::size_t>(got);
+    if (got == 0) {
+      contents.resize(size);
+      return contents;
+    }
+    if (size == room) {
+      room *= 2;
+    }
   }
+}
+
+void writeAll(int descriptor, std::string_view contents) {
+  while (!contents.empty()) {
+    const ssize_t written =
+        checked([&] { return ::write(descriptor, contents.data(), contents.size()); });
+    if (written == 0) {
+      fail(EIO);
+    }
+    contents.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+/// The file itself, behind any symbolic links; it need not exist.
+fs::path behindLinks(fs::path file) {
+  constexpr int kMostLinks = 40;
+  for (int links = 0; fs::is_symlink(fs::symlink_status(file)); ++links) {
+    if (links == kMostLinks) {
+      fail(ELOOP);
+    }
+    file = file.parent_path() / fs::read_symlink(file);
+  }
+  return file;
+}
+
+/// Of the file that stands there; none where there is none. Throws where a rename, which asks only
+/// the directory, would replace a device or a file that is write-protected.
+std::optional<mode_t> permissionsOfReplaceable(const fs::path& file) {
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0) {
+    if (errno == ENOENT) {
+      return std::nullopt;
+    }
+    fail(errno);
+  }
+  if (!S_ISREG(status.st_mode)) {
+    fail(S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP);
+  }
+  checked([&] { return ::faccessat(AT_FDCWD, file.c_str(), W_OK, AT_EACCESS); });
+  return status.st_mode & 0777;
+}
+
+std::string unusedNameBeside(const fs::path& file) {
+  const std::string unique = '.' + Identifier::createRandom().toString().substr(0, 8);
+  const std::string name = file.filename().string().substr(0, NAME_MAX - 1 - unique.size());
+  return (file.parent_path() / ('.' + name + unique)).string();
 }
 
 /// Brings a rename to the disk. Where a file system does not support that, the rename is as safe as
 /// that system makes it; the new contents stand in any case.
 void syncDirectory(const fs::path& directory) {
-  const FileDescriptor opened(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (opened.get() >= 0) {
-    ::fsync(opened.get());
+  const int opened =
+      ::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (opened >= 0) {
+    ::fsync(opened);
+    ::close(opened);
   }
 }
 
-/// The file itself, behind any symbolic links.
-fs::path resolved(const fs::path& file) {
-  std::error_code error;
-  fs::path target = fs::weakly_canonical(fs::absolute(file, error), error);
-  return error ? file : target;
+void replaceResolved(const fs::path& target, std::string_view contents) {
+  constexpr mode_t kWhatTheUserAllows = 0666;
+  const std::optional<mode_t> permissions = permissionsOfReplaceable(target);
+  const std::string name = unusedNameBeside(target);
+  FileDescriptor replacement(name, O_WRONLY | O_CREAT | O_EXCL,
+                             permissions.value_or(kWhatTheUserAllows));
+  TemporaryName temporary(name);
+  if (permissions) {
+    checked([&] { return ::fchmod(replacement.get(), *permissions); });
+  }
+  writeAll(replacement.get(), contents);
+  checked([&] { return ::fsync(replacement.get()); });
+  replacement.close();
+  temporary.renameTo(target.string());
+  syncDirectory(target.parent_path());
 }
 
 }  // namespace
 
 std::string readFile(const fs::path& file) {
-  const FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-  if (opened.get() < 0) {
-    refuseWithErrno(file, "cannot be read");
+  try {
+    return readAll(FileDescriptor(file.string(), O_RDONLY).get());
+  } catch (const std::system_error& error) {
+    refuse(file, "cannot be read: " + error.code().message());
   }
-  struct stat status {};
-  if (::fstat(opened.get(), &status) != 0) {
-    refuseWithErrno(file, "cannot be read");
-  }
-  std::string contents(static_cast<std::size_t>(status.st_size), '\0');
-  std::size_t size = 0;
-  // One byte more is asked for than the file should have, to meet its end.
-  for (;;) {
-    if (size == contents.size()) {
-      contents.resize(size + 1 + size / 2);
-    }
-    const ssize_t got = ::read(opened.get(), contents.data() + size, contents.size() - size);
-    if (got == 0) {
-      break;
-    }
-    if (got < 0 && errno != EINTR) {
-      refuseWithErrno(file, "cannot be read");
-    }
-    size += got > 0 ? static_cast<std::size_t>(got) : 0;
-  }
-  contents.resize(size);
-  return contents;
 }
 
 void replaceFile(const fs::path& file, std::string_view contents) {
-  const fs::path target = resolved(file);
-  requireWritable(target);
-  NewFile replacement(target);
-  replacement.takePermissionsOf(target);
-  replacement.write(contents);
-  replacement.takeThePlace();
-  syncDirectory(target.parent_path());
+  try {
+    replaceResolved(behindLinks(file), contents);
+  } catch (const std::system_error& error) {
+    refuse(file, "cannot be written: " + error.code().message());
+  }
 }
 
 std::unique_ptr<PersistenceArchiver> openArchive(const fs::path& file) {

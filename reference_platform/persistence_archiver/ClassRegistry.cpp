@@ -29,6 +29,7 @@ BaseClassRegister* ClassRegistry::add(const std::string& name, const BaseClassRe
     factory.record.typeId = typeId;
     factory.record.version = version;
     factory.record.registeredVersion = version;
+    factory.record.object = nullptr;
   } else if (factory.record.registeredVersion != version) {
     throw ArchiveException("The class \"" + name + "\" is registered with version " +
                            std::to_string(factory.record.registeredVersion) + " already, and not " +
@@ -79,6 +80,9 @@ bool ClassRegistry::addCaster(unsigned int derivedId, unsigned int baseId,
 
 std::optional<ClassRegistry::CasterPath> ClassRegistry::pathToBase(unsigned int typeId,
                                                                    unsigned int baseId) const {
+  if (typeId == baseId) {
+    return CasterPath();
+  }
   const std::shared_lock lock(mutex);
   std::deque<std::pair<unsigned int, CasterPath>> waiting{{typeId, {}}};
   std::unordered_set<unsigned int> seen{typeId};

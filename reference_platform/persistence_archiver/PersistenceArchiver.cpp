@@ -53,6 +53,11 @@ std::uint32_t checksumOf(std::string_view text) {
       crc32_z(0, reinterpret_cast<const Bytef*>(text.data()), text.size()));
 }
 
+/// Whether objects of the class can be made and filled.
+bool canBeRead(const BaseClassRegister& record) {
+  return record.create != nullptr && record.load != nullptr && record.createContainer != nullptr;
+}
+
 std::string quotedName(unsigned int typeId) {
   return '"' + ClassRegistry::get().nameOf(typeId) + '"';
 }
@@ -239,10 +244,10 @@ PersistenceArchiver& PersistenceArchiver::operator<<(const std::string& value) {
 }
 
 PersistenceArchiver& PersistenceArchiver::operator>>(bool& value) {
+  const unsigned int place = position();
   const auto number = readNumber<std::uint8_t>();
   if (number > 1) {
-    readPosition -= 1;
-    refuse(std::to_string(number) + " is neither true nor false");
+    refuseAt(place, std::to_string(number) + " is neither true nor false");
   }
   value = number == 1;
   return *this;
@@ -346,10 +351,11 @@ void PersistenceArchiver::mark_object_end(unsigned int start, unsigned int end) 
 }
 
 void PersistenceArchiver::read_to_address_header(unsigned int& start, unsigned int& end) {
+  const unsigned int place = position();
   end = readNumber<std::uint32_t>();
   start = position();
   if (end < start + sizeof(std::uint32_t) || end > blockEnd()) {
-    refuse("a block is said to end at byte " + std::to_string(end));
+    refuseAt(place, "a block is said to end at byte " + std::to_string(end));
   }
   openBlock(end);
 }
@@ -380,9 +386,11 @@ const BaseClassRegister* PersistenceArchiver::findClass(unsigned int typeHash) c
 }
 
 void PersistenceArchiver::addClass(unsigned int typeHash, const BaseClassRegister& descriptor) {
-  BaseClassRegister record = descriptor;
-  record.object = nullptr;
-  classTable.insert_or_assign(typeHash, record);
+  requireMode(Mode::Reading);
+  const auto [place, isNew] = classTable.try_emplace(typeHash, descriptor);
+  if (isNew) {
+    place->second.object = nullptr;
+  }
 }
 
 // Shared objects
@@ -397,15 +405,19 @@ void PersistenceArchiver::writeObject(std::shared_ptr<const void> object, unsign
     throw ArchiveException("No casters lead from the class " + quotedName(typeId) + " to " +
                            quotedName(expectedTypeId) + ": it could not be read again");
   }
-  const BaseClassRegister& record = *ClassRegistry::get().find(typeId);
-  PointerMapContainerBase& container = containerOf(record);
+  const BaseClassRegister* const record = ClassRegistry::get().find(typeId);
+  if (record == nullptr || record->save == nullptr || !canBeRead(*record)) {
+    throw ArchiveException("Objects of the class " + quotedName(typeId) +
+                           " cannot be stored on their own: the class lacks operations for that");
+  }
+  PointerMapContainerBase& container = containerOf(*record);
   if (const std::uint32_t known = container.numberOf(object.get())) {
     writeNumber(known);
     return;
   }
   objects.push_back({typeId, &container});
   const auto number = static_cast<std::uint32_t>(objects.size());
-  BaseClassRegister descriptor = record;
+  BaseClassRegister descriptor = *record;
   descriptor.object = const_cast<void*>(object.get());
   container.keep(number, std::move(object));
   writeNumber(number);
@@ -416,6 +428,7 @@ void PersistenceArchiver::writeObject(std::shared_ptr<const void> object, unsign
 }
 
 std::shared_ptr<void> PersistenceArchiver::readObject(unsigned int expectedTypeId) {
+  const unsigned int place = position();
   const auto number = readNumber<std::uint32_t>();
   if (number == 0) {
     return nullptr;
@@ -424,8 +437,8 @@ std::shared_ptr<void> PersistenceArchiver::readObject(unsigned int expectedTypeI
     return readNewObject(expectedTypeId);
   }
   if (number > objects.size()) {
-    refuse("the shared object " + std::to_string(number) + " comes after only " +
-           std::to_string(objects.size()));
+    refuseAt(place, "the shared object " + std::to_string(number) + " comes after only " +
+                        std::to_string(objects.size()));
   }
   const SharedObject& known = objects[number - 1];
   return asClass(known.container->find(number), known.typeId, expectedTypeId);
@@ -441,8 +454,8 @@ std::shared_ptr<void> PersistenceArchiver::readNewObject(unsigned int expectedTy
   if (const BaseClassRegister* archived = findClass(typeHash)) {
     descriptor = *archived;
   }
-  if (descriptor.create == nullptr) {
-    refuse("this program cannot make an object of the class " + archivedName(typeHash));
+  if (!canBeRead(descriptor)) {
+    refuseAt(start, "this program cannot make an object of the class " + archivedName(typeHash));
   }
   // Asked before the object is made, so that nothing of a wrong class is ever loaded.
   requireCasters(descriptor.typeId, expectedTypeId);
@@ -505,8 +518,10 @@ void PersistenceArchiver::requireMode(Mode required) const {
   }
 }
 
-void PersistenceArchiver::refuse(const std::string& why) const {
-  throw ArchiveException("byte " + std::to_string(position()) + ": " + why);
+void PersistenceArchiver::refuse(const std::string& why) const { refuseAt(position(), why); }
+
+void PersistenceArchiver::refuseAt(std::size_t place, const std::string& why) {
+  throw ArchiveException("byte " + std::to_string(place) + ": " + why);
 }
 
 void PersistenceArchiver::refuseUnregistered(const std::type_info& type) {

@@ -232,6 +232,7 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   void readClassTable();
   std::string archivedName(unsigned int typeHash) const;
   [[noreturn]] void refuse(const std::string& why) const;
+  [[noreturn]] static void refuseAt(std::size_t place, const std::string& why);
 
   Mode mode = Mode::Writing;
   std::string bytes;
