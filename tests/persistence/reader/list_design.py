@@ -43,6 +43,7 @@ class Archive:
     def __init__(self, data):
         self.data = data
         self.ends = []
+        self.skipped_something = False
         self.classes = {}
         self.check_head()
         self.read_class_table()
@@ -121,6 +122,7 @@ class Archive:
         self.ends.append(end)
         result = read(*self.class_of(type_id))
         self.ends.pop()
+        self.skipped_something |= self.position != end
         self.position = end
         return result
 
@@ -166,14 +168,14 @@ class DesignReader:
         self.nodes = {}
 
     def shared_object(self):
+        """None for one of which nothing is known here."""
         number = self.archive.number()
         if number == 0:
             return None
         if number in self.nodes:
-            return self.nodes[number]
-        if number <= max(self.nodes, default=0) or not self.archive.block_is_possible():
-            # One that came before, in a part that was skipped.
-            return Node("?")
+            raise Refused(f"byte {self.archive.position - 4}: an object with two parents")
+        if self.came_before(number):
+            return None
 
         def read(class_name, version):
             node = self.nodes[number] = Node(class_name)
@@ -181,6 +183,15 @@ class DesignReader:
             return node
 
         return self.archive.block(read)
+
+    def came_before(self, number):
+        """Whether the object stands in a part of the archive that was skipped."""
+        last = max(self.nodes, default=0)
+        if not self.archive.skipped_something and number != last + 1:
+            raise Refused(f"byte {self.archive.position - 4}: object {number} behind object {last}")
+        return self.archive.skipped_something and (
+            number < last or not self.archive.block_is_possible()
+        )
 
     def parts(self, node, class_name, version):
         if class_name == "Object":
