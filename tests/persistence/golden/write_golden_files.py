@@ -24,8 +24,8 @@ from pathlib import Path
 VERSIONS = (53013, 53014, 499999, 500000, 500001, 500002, 500003)
 LATER = 500003
 
-# The versions in which the layout of a class changed; and what those classes of the host have that
-# stand in records.
+# The versions in which the layout of a class changed. The classes of the host that stand in the
+# records have one version only.
 OWN_VERSIONS = {
     "ModuleState": (53013, 53014, 500001),
     "ApplyModule": (53013, 53014, 500000, 500001, 500002),
@@ -156,11 +156,6 @@ class Archive:
         self.container("Path", data["next"], self.text)
         self.flag(data["start_of_side_chain"])
 
-    def record(self, name, write, value):
-        self.open(name)
-        write(value)
-        self.close(name)
-
 
 class Design(Archive):
     """An archive with shared objects: each is written where it is met first."""
@@ -177,17 +172,21 @@ class Design(Archive):
             return
         if "module" in obj:
             self.open("Test.Step")
-            self.record("Object", self.object, obj)
-            self.record("ApplyModule", self.module, obj["module"])
+            self.object(obj)
+            self.open("ApplyModule")
+            self.module(obj["module"])
+            self.close("ApplyModule")
             self.close("Test.Step")
         else:
-            self.record("Object", self.object, obj)
+            self.object(obj)
 
     def object(self, obj):
+        self.open("Object")
         self.text(obj["name"])
         self.number(len(obj["children"]))
         for child in obj["children"]:
             self.shared(child)
+        self.close("Object")
 
 
 STATE = dict(consistent=False, active=True, input_ok=False, frozen=True, skipped=True)
@@ -213,8 +212,9 @@ MODULE_DATA = dict(
     start_of_side_chain=True,
 )
 
-SIDE_CHAIN = 0xA0000000000000000000000000000001
-FORK = 0xB0000000000000000000000000000002
+# Chains named by the letters "bore" and "rack".
+SIDE_CHAIN = 0x626F7265
+FORK = 0x7261636B
 MAIN_CHAIN = 0
 
 
@@ -236,14 +236,14 @@ def links(path, previous, following, start_of_side_chain=False):
 def design(archive):
     """A main chain from the input to the check; from the input a side chain of the bore, with the
     keyway behind it; and a fork, the rack, which the check merges."""
-    gear = step("input", frozen=True)
+    first = step("input", frozen=True)
     teeth = step("teeth", consistent=False, rate=SLOW)
     bore = step("bore", START_SIDE_CHAIN, SIDE_CHAIN, (MAIN_CHAIN,), additional=True)
     keyway = step("keyway", ADD_TO_CHAIN, SIDE_CHAIN, active=False)
     rack = step("rack", START_FORK, FORK, (MAIN_CHAIN,), input_ok=False)
     check = step("check", MERGE_FORK, MAIN_CHAIN, (MAIN_CHAIN, FORK), rate=VERY_SLOW)
     body = dict(name="body", children=[bore, keyway])
-    root = dict(name="gear pair", children=[gear, teeth, body, rack, check])
+    root = dict(name="gear pair", children=[first, teeth, body, rack, check])
     archive.shared(root)
     archive.container(
         "ApplyModuleData",
@@ -258,7 +258,7 @@ def design(archive):
         archive.module_data,
     )
     # The steps with which the user began and ended, both known by now; and that none follows.
-    archive.shared(gear)
+    archive.shared(first)
     archive.shared(check)
     archive.number(0)
     return archive.finish()
@@ -275,7 +275,9 @@ def main(directory):
     for name, (write, value) in records.items():
         for time in VERSIONS:
             archive = Archive(time, {name: time})
-            archive.record(name, lambda v, a=archive, w=write: w(a, v), value)
+            archive.open(name)
+            write(archive, value)
+            archive.close(name)
             files[f"{name}-{time}.tsr"] = archive.finish()
     for time in (500000, 500002):
         files[f"design-{time}.tsr"] = design(Design(time))
