@@ -5,6 +5,8 @@
 
 #include "examples/gear_pair/application/UnitSystemMessage.h"
 #include "tessaril/commands/ApplyUpdateInfo.h"
+#include "tessaril/persistence/ClassRegistration.h"
+#include "tessaril/persistence/NestedRecord.h"
 
 namespace GearPair {
 
@@ -95,6 +97,30 @@ bool DesignModule::computeIsInputOk() const {
     const auto module = std::dynamic_pointer_cast<DesignModule>(link.lock());
     return module == nullptr || module->offersUsableResult();
   });
+}
+
+void DesignModule::serialization_register(void* descriptor) {
+  using Tessaril::BaseClassRegister;
+  using Tessaril::PersistenceArchiver;
+  *static_cast<BaseClassRegister*>(descriptor) = *Tessaril::registerClass<DesignModule>(
+      "GearPair.DesignModule", 1,
+      [](PersistenceArchiver& archiver, BaseClassRegister& target) {
+        static_cast<DesignModule*>(target.object)->load(archiver);
+      },
+      [](PersistenceArchiver& archiver, BaseClassRegister& source) {
+        static_cast<const DesignModule*>(source.object)->save(archiver);
+      });
+}
+
+void DesignModule::save(Tessaril::PersistenceArchiver& archiver) const {
+  Tessaril::writeNested<Tessaril::Object>(archiver, *this);
+  Tessaril::writeNested<Tessaril::ApplyModule>(archiver, *this);
+}
+
+// There is one layout; a newer one is refused before the first module is read.
+void DesignModule::load(Tessaril::PersistenceArchiver& archiver) {
+  Tessaril::readNested<Tessaril::Object>(archiver, *this);
+  Tessaril::readNested<Tessaril::ApplyModule>(archiver, *this);
 }
 
 }  // namespace GearPair

@@ -10,6 +10,8 @@
 namespace GearPair {
 
 class ToothFormCache;
+class ValueReader;
+class ValueWriter;
 
 /// What one apply of a step was computed from, and what came out. Both are immutable and shared, so
 /// that worker threads may read them and commands may keep them at the price of two pointers. Which
@@ -56,6 +58,11 @@ class DesignModule : public Tessaril::Object, public Tessaril::ApplyModule {
   /// the step writes no text.
   virtual std::shared_ptr<const void> inputsInUnits(UnitSystem units) const;
 
+  /// Both leave flags and followers to others. Reading throws ArchiveException for what no such
+  /// module can hold, and leaves the module as far as it was read then.
+  virtual void saveRecord(ValueWriter& writer) const = 0;
+  virtual void loadRecord(ValueReader& reader) = 0;
+
   /// True if the result was computed from the present inputs.
   virtual bool isUpToDate() const;
   /// True if those that follow can be computed from the result.
@@ -81,11 +88,17 @@ class DesignModule : public Tessaril::Object, public Tessaril::ApplyModule {
   Rate getSpeedRate() const override;
   bool computeIsInputOk() const override;
 
+  /// Fills the class record of "GearPair.DesignModule" into the BaseClassRegister that `descriptor`
+  /// points to: the module as an object and as a node of the graph, without what it has computed.
+  static void serialization_register(void* descriptor);
+
  protected:
   virtual bool inputsAreEqual(const void* left, const void* right) const = 0;
 
  private:
   void refreshOwnFlags();
+  void save(Tessaril::PersistenceArchiver& archiver) const;
+  void load(Tessaril::PersistenceArchiver& archiver);
 
   std::string title;
   Rate rate;

@@ -4,12 +4,45 @@
 
 namespace GearPair {
 
+namespace {
+
+std::shared_ptr<Tessaril::Object> treeOf(const std::shared_ptr<GearPairDesign>& design) {
+  auto root = std::make_shared<Tessaril::Object>("gear pair designer");
+  root->addChild(design);
+  return root;
+}
+
+}  // namespace
+
 DesignSession::DesignSession(const DesignInput& input,
                              std::shared_ptr<Tessaril::ThreadManager> threads)
+    : DesignSession(OpenedDesign{GearPairDesign::create(input), {}, {}}, std::move(threads)) {}
+
+DesignSession::DesignSession(const OpenedDesign& opened,
+                             std::shared_ptr<Tessaril::ThreadManager> threads)
     : threadManager(std::move(threads)),
-      root(std::make_shared<Tessaril::Object>("gear pair designer")),
-      gearPair(GearPairDesign::create(input)) {
-  root->addChild(gearPair);
+      root(treeOf(opened.design)),
+      gearPair(opened.design),
+      designFile(opened.file) {}
+
+std::vector<Tessaril::ArchivedClass> DesignSession::open(const std::filesystem::path& file) {
+  OpenedDesign opened = openDesignFile(file);
+  auto newRoot = treeOf(opened.design);
+  history.clear();
+  account.clear();
+  root = std::move(newRoot);
+  gearPair = std::move(opened.design);
+  designFile = std::move(opened.file);
+  return std::move(opened.classes);
+}
+
+const std::filesystem::path& DesignSession::getFile() const { return designFile; }
+
+void DesignSession::save() const { saveDesignFile(designFile, gearPair); }
+
+void DesignSession::saveAs(const std::filesystem::path& file) {
+  saveDesignFile(file, gearPair);
+  designFile = file;
 }
 
 const std::shared_ptr<GearPairDesign>& DesignSession::design() const { return gearPair; }

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "examples/gear_pair/application/GearPairDesign.h"
 #include "examples/gear_pair/application/RunAccount.h"
 #include "examples/gear_pair/application/UpdateDesignCmd.h"
+#include "examples/gear_pair/application/archive/DesignFile.h"
 #include "examples/gear_pair/application/commands/ChangeCommands.h"
 #include "reference_platform/command_pattern/CommandHistory.h"
 #include "tessaril/platform/command_pattern/ThreadManager.h"
@@ -18,8 +21,23 @@ class DesignSession {
  public:
   /// Without a thread manager the steps run inline.
   DesignSession(const DesignInput& input, std::shared_ptr<Tessaril::ThreadManager> threads);
+  /// The same with a design that was opened.
+  DesignSession(const OpenedDesign& opened, std::shared_ptr<Tessaril::ThreadManager> threads);
 
   const std::shared_ptr<GearPairDesign>& design() const;
+
+  // Files. Neither is a command: saving changes nothing of a design, and opening begins a new
+  // history with another one.
+
+  /// Throws what openDesignFile() throws; the present design and its history are untouched then.
+  /// Answers with the classes that were read.
+  std::vector<Tessaril::ArchivedClass> open(const std::filesystem::path& file);
+  /// The file that the design was opened from or saved to last; empty when there is none, as for
+  /// one that was opened from a text.
+  const std::filesystem::path& getFile() const;
+  /// Both throw DesignFileError, with the file as it was. Requires of save(): there is a file.
+  void save() const;
+  void saveAs(const std::filesystem::path& file);
 
   // Changes. Each goes into the history; none of them applies a module.
 
@@ -56,6 +74,7 @@ class DesignSession {
   /// The root of the parameter tree, under which the application keeps its designs.
   std::shared_ptr<Tessaril::Object> root;
   std::shared_ptr<GearPairDesign> gearPair;
+  std::filesystem::path designFile;
   Tessaril::ReferencePlatform::CommandHistory history;
   RunAccount account;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "examples/gear_pair/application/archive/MemberCount.h"
 #include "examples/gear_pair/calculation/DesignInput.h"
 #include "examples/gear_pair/calculation/Units.h"
 
@@ -13,5 +14,10 @@ struct DesignValues {
   DesignInput input;
   UnitSystem units = UnitSystem::kMetric;
 };
+
+template <typename Visitor, Of<DesignValues> T>
+void fields(Visitor& visitor, T& values) {
+  visitor(values, values.input, values.units);
+}
 
 }  // namespace GearPair

@@ -1,7 +1,10 @@
 #include "examples/gear_pair/application/GearPairDesign.h"
 
 #include "examples/gear_pair/application/commands/StepCmdFactory.h"
+#include "examples/gear_pair/calculation/TextTools.h"
 #include "tessaril/graph/ApplyGraph.h"
+#include "tessaril/persistence/ClassRegistration.h"
+#include "tessaril/persistence/NestedRecord.h"
 
 namespace GearPair {
 
@@ -9,6 +12,7 @@ namespace {
 
 using Tessaril::ApplyGraph;
 using Tessaril::Identifier;
+using Tessaril::PersistenceArchiver;
 using UndoBy = StepCmdFactory::UndoBy;
 
 // The invalid identifier names the main chain; the others are ours and stay the same for ever, so
@@ -17,6 +21,8 @@ const Identifier kMainChain;
 constexpr Identifier kWheelChain{0x6ea2'9a1f'0000'4000, 0x8000'0000'0000'0001};
 constexpr Identifier kCutterChain{0x6ea2'9a1f'0000'4000, 0x8000'0000'0000'0002};
 constexpr Identifier kDrawingChain{0x6ea2'9a1f'0000'4000, 0x8000'0000'0000'0003};
+
+DesignModule& asModule(Tessaril::Object& child) { return dynamic_cast<DesignModule&>(child); }
 
 void makeStepsOf(const std::shared_ptr<DesignModule>& module, UndoBy undoBy) {
   module->setApplyCmdFactory(std::make_shared<StepCmdFactory>(module, undoBy));
@@ -33,7 +39,11 @@ std::string unitSystemName(UnitSystem units) {
 }
 
 std::shared_ptr<GearPairDesign> GearPairDesign::create(const DesignInput& input) {
-  std::shared_ptr<GearPairDesign> design(new GearPairDesign(input));
+  return make(input);
+}
+
+std::unique_ptr<GearPairDesign> GearPairDesign::make(const DesignInput& input) {
+  std::unique_ptr<GearPairDesign> design(new GearPairDesign(input));
   design->setUpModules();
   design->setUpGraph();
   design->refresh();
@@ -162,6 +172,52 @@ std::string GearPairDesign::chainName(const DesignModule& module) {
     return "cutter";
   }
   return chain == kDrawingChain ? "drawing" : "main";
+}
+
+void GearPairDesign::serialization_register(void* descriptor) {
+  using Tessaril::BaseClassRegister;
+  *static_cast<BaseClassRegister*>(descriptor) = *Tessaril::registerClass<GearPairDesign>(
+      "GearPair.Design", 1,
+      [](PersistenceArchiver& archiver, BaseClassRegister& target) {
+        static_cast<GearPairDesign*>(target.object)->load(archiver);
+      },
+      [](PersistenceArchiver& archiver, BaseClassRegister& source) {
+        static_cast<const GearPairDesign*>(source.object)->save(archiver);
+      },
+      []() -> void* { return make({}).release(); });
+}
+
+// Every design has the same modules. So each is stored in its place and read into the one that
+// stands there: none has to be made from a file, and none can be missing.
+void GearPairDesign::save(PersistenceArchiver& archiver) const {
+  const auto modules = getChildren();
+  for (const auto& child : modules) {
+    Tessaril::writeNested(archiver, asModule(*child));
+  }
+  ValueWriter writer(archiver);
+  writer.write(*values);
+  for (const auto& child : modules) {
+    asModule(*child).saveRecord(writer);
+  }
+}
+
+void GearPairDesign::load(PersistenceArchiver& archiver) {
+  const auto modules = getChildren();
+  for (const auto& child : modules) {
+    const std::string name = child->getName();
+    Tessaril::readNested(archiver, asModule(*child));
+    if (child->getName() != name) {
+      throw Tessaril::ArchiveException("a module " + inQuotes(child->getName()) +
+                                       " stands in the place of the " + name);
+    }
+  }
+  ValueReader reader(archiver);
+  reader.read(*values);
+  const std::string objection = objectionToLoaded(values->input);
+  reader.requireThat(objection.empty(), objection);
+  for (const auto& child : modules) {
+    asModule(*child).loadRecord(reader);
+  }
 }
 
 }  // namespace GearPair

@@ -58,8 +58,18 @@ class GearPairDesign final : public Tessaril::Object {
   /// Tells the listeners of all modules.
   void announce() const;
 
+  /// Fills the class record of "GearPair.Design" into the BaseClassRegister that `descriptor`
+  /// points to: values, modules and what these hold. The links between them are stored with the
+  /// graph.
+  static void serialization_register(void* descriptor);
+
  private:
   explicit GearPairDesign(const DesignInput& input);
+  /// With modules and graph.
+  static std::unique_ptr<GearPairDesign> make(const DesignInput& input);
+
+  void save(Tessaril::PersistenceArchiver& archiver) const;
+  void load(Tessaril::PersistenceArchiver& archiver);
 
   PairModules pair() const;
   void setUpModules();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "examples/gear_pair/application/archive/MemberCount.h"
 #include "examples/gear_pair/calculation/DesignInput.h"
 
 namespace GearPair {
@@ -14,6 +15,11 @@ struct Load {
 
   bool operator==(const Load&) const = default;
 };
+
+template <typename Visitor, Of<Load> T>
+void fields(Visitor& visitor, T& load) {
+  visitor(load, load.torque, load.applicationFactor, load.requiredSafety);
+}
 
 /// The load that a design input states.
 Load loadOf(const DesignInput& input);

@@ -4,24 +4,17 @@
 #include <utility>
 
 #include "examples/gear_pair/application/DesignModule.h"
+#include "examples/gear_pair/application/Shared.h"
+#include "examples/gear_pair/application/archive/ValueReader.h"
+#include "examples/gear_pair/application/archive/ValueWriter.h"
 
 namespace GearPair {
-
-/// An immutable value that modules and commands share; null: not there.
-template <typename T>
-using Shared = std::shared_ptr<const T>;
-
-/// Whether two shared values are equal. The same object is equal without a look at it.
-template <typename T>
-bool sameValue(const Shared<T>& left, const Shared<T>& right) {
-  return left == right || (left != nullptr && right != nullptr && *left == *right);
-}
 
 /// A step with the types of its inputs and its result. A module of one's own overrides collect()
 /// and compute().
 ///
 /// The == of Inputs is what decides whether the step has to be applied again: it compares what the
-/// step reads and nothing else.
+/// step reads and nothing else. The fields() of Inputs and Result say how both are stored.
 template <typename Inputs, typename Result>
 class StepModule : public DesignModule {
  public:
@@ -41,6 +34,26 @@ class StepModule : public DesignModule {
     const auto& typed = *static_cast<const Inputs*>(inputs.get());
     auto result = std::make_shared<const Result>(compute(typed, cache));
     return {std::move(inputs), std::move(result)};
+  }
+
+  void saveRecord(ValueWriter& writer) const override {
+    writer.write(hasResult());
+    if (hasResult()) {
+      writer.write(*getComputedFrom());
+      writer.write(getResult());
+    }
+  }
+
+  void loadRecord(ValueReader& reader) override {
+    bool hasRecord = false;
+    reader.read(hasRecord);
+    if (hasRecord) {
+      const auto inputs = std::make_shared<Inputs>();
+      Shared<Result> result;
+      reader.read(*inputs);
+      reader.read(result);
+      setRecord({inputs, result});
+    }
   }
 
  protected:

@@ -19,6 +19,7 @@ struct Option {
 
 const std::map<std::string, Option>& stepOptions() {
   static const std::map<std::string, Option> options{
+      {"--open", {Action::kOpen, "a design file"}},
       {"--set", {Action::kSet, "NAME=VALUE"}},
       {"--unit-system", {Action::kSetUnitSystem, "metric or us"}},
       {"--freeze", {Action::kFreeze, "a module"}},
@@ -36,6 +37,8 @@ const std::map<std::string, Option>& stepOptions() {
       {"--drawing", {Action::kDrawing, "a file"}},
       {"--cutter", {Action::kCutter, "a file"}},
       {"--dump", {Action::kDump, "a file"}},
+      {"--save", {Action::kSave, nullptr}},
+      {"--save-as", {Action::kSaveAs, "a file"}},
       {"--say", {Action::kSay, "a text"}},
   };
   return options;
@@ -145,15 +148,18 @@ Arguments parseArguments(const std::vector<std::string>& words) {
 }
 
 std::string helpText() {
-  return R"(gear_pair DESIGN.gear [options]: designs a pair of spur gears.
+  return R"(gear_pair DESIGN [options]: designs a pair of spur gears.
 
-Reads the values of a design, brings the design up to date and shows the result.
+Opens a design, brings it up to date and shows the result. DESIGN is a text with
+the values of a design (DESIGN.gear), or a saved design (DESIGN.tsr), which comes
+with all its results. What it is shows in its first bytes.
 The steps of the design:
 
   requirements -> pinion -> mesh -> strength -> report -> plan
   requirements -> wheel  -> mesh       pinion -> cutter       mesh -> drawing
 
 Changes
+  --open DESIGN            go on with that design, and with a new history
   --set NAME=VALUE         set a value, such as torque=300Nm
   --unit-system metric|us  write all texts in that system
   --freeze MODULE          keep the module's result whatever changes; --unfreeze
@@ -173,6 +179,8 @@ Outputs
   --cutter FILE.svg        the cutter of both gears
   --dump FILE.txt          the graph of modules as text
   --say TEXT               that text, as a heading in a long script
+  --save-as FILE.tsr       save the design, with all its results
+  --save                   the same, to the file opened or saved last
 
 Settings
   --threads N              worker threads, 1 unless given; 0 runs inline
@@ -183,12 +191,20 @@ Changes, runs and outputs are carried out in the order given. Without a run, one
 update is made between the changes and the outputs; without an output, the table
 is printed at the end.
 
-Exit code: 0; 1 if the design cannot be made; 2 for bad usage or bad input.
+A design that cannot be opened is refused, and the design that is open stays as it
+is: a script says so and goes on with it, but saves it only to a file that it names
+after that. A text is not saved to: --save needs a saved design, or --save-as before
+it. A file that cannot be written ends the script, and keeps what was in it.
+
+Exit code: 0; 1 if the design cannot be made; 2 for bad usage, bad input, a design
+that was refused, or a file that cannot be written.
 
 Examples
   gear_pair pair.gear
   gear_pair pair.gear --set wheel_teeth=45 --drawing pair.svg --report -
   gear_pair pair.gear --up-to mesh
+  gear_pair pair.gear --save-as pair.tsr
+  gear_pair pair.tsr --set torque=300Nm --update --save --table
   gear_pair pair.gear --update --set torque=300Nm --update --undo --redo --table
 )";
 }

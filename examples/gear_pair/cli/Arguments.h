@@ -16,6 +16,7 @@ class UsageError : public std::runtime_error {
 /// What one step of the command line does.
 enum class Action {
   // Changes
+  kOpen,
   kSet,
   kSetUnitSystem,
   kFreeze,
@@ -35,6 +36,8 @@ enum class Action {
   kDrawing,
   kCutter,
   kDump,
+  kSave,
+  kSaveAs,
   kSay,
 };
 

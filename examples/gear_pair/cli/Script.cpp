@@ -7,6 +7,7 @@
 #include "examples/gear_pair/application/KeyFigures.h"
 #include "examples/gear_pair/application/ToothFormCache.h"
 #include "examples/gear_pair/calculation/TextTools.h"
+#include "examples/gear_pair/cli/ClassList.h"
 #include "examples/gear_pair/cli/ModuleTable.h"
 #include "examples/gear_pair/cli/ProgressView.h"
 #include "reference_platform/command_pattern/WorkerPoolThreadManager.h"
@@ -15,6 +16,10 @@
 namespace GearPair {
 
 namespace {
+
+constexpr int kRefused = 2;
+constexpr const char* kNoFileToSaveTo =
+    "there is no file to save to: the design was not opened from a saved one; use --save-as FILE";
 
 std::shared_ptr<Tessaril::ThreadManager> makeThreads(std::size_t count) {
   if (count == 0) {
@@ -54,26 +59,27 @@ std::string cacheText(const ToothFormCache& cache) {
 
 }  // namespace
 
-Script::Script(const Arguments& parsed, const DesignInput& input, Console where)
+Script::Script(const Arguments& parsed, const OpenedDesign& opened, Console where)
     : arguments(parsed),
-      firstInput(input),
       console(where),
-      session(input, makeThreads(parsed.threads)),
+      session(opened, makeThreads(parsed.threads)),
+      firstClasses(opened.classes),
       announcesSteps(std::count_if(parsed.steps.begin(), parsed.steps.end(), [](const Step& step) {
                        return step.action < Action::kTable;
                      }) > 1) {}
 
 int Script::run() {
   check();
+  showClasses(firstClasses);
   for (const Step& step : arguments.steps) {
     carryOut(step);
   }
-  return exitCode;
+  return wasRefused ? kRefused : exitCode;
 }
 
 // Whoever mistypes the last step does not want to find out after the first ones.
 void Script::check() const {
-  DesignInput input = firstInput;
+  DesignInput input = session.design()->getValues().input;
   for (const Step& step : arguments.steps) {
     if (step.action == Action::kSet) {
       setValue(input, step.argument);
@@ -84,13 +90,17 @@ void Script::check() const {
     }
   }
   checkHistory();
+  checkFiles();
 }
 
 void Script::checkHistory() const {
   int done = 0;
   int undone = 0;
   for (const Step& step : arguments.steps) {
-    if (step.action == Action::kUndo) {
+    if (step.action == Action::kOpen) {
+      done = 0;
+      undone = 0;
+    } else if (step.action == Action::kUndo) {
       --done;
       ++undone;
     } else if (step.action == Action::kRedo) {
@@ -103,6 +113,17 @@ void Script::checkHistory() const {
     if (done < 0 || undone < 0) {
       throw UsageError(std::string("there is nothing to ") + (done < 0 ? "undo" : "redo") +
                        " where the steps say so");
+    }
+  }
+}
+
+// Whether an opened file is one to save to shows only when it is opened.
+void Script::checkFiles() const {
+  bool mayHaveFile = !session.getFile().empty();
+  for (const Step& step : arguments.steps) {
+    mayHaveFile |= step.action == Action::kOpen || step.action == Action::kSaveAs;
+    if (step.action == Action::kSave && !mayHaveFile) {
+      throw UsageError(kNoFileToSaveTo);
     }
   }
 }
@@ -128,6 +149,9 @@ void Script::carryOut(const Step& step) {
     case Action::kUpTo:
       update(moduleOf(step));
       break;
+    case Action::kOpen:
+      open(step);
+      break;
     case Action::kUndo:
       undo();
       break;
@@ -138,6 +162,49 @@ void Script::carryOut(const Step& step) {
       step.action < Action::kUpdate ? change(step) : write(step);
       break;
   }
+}
+
+void Script::announce(const std::string& description) {
+  if (announcesSteps) {
+    console.out << "* " << description << std::endl;
+  }
+}
+
+void Script::open(const Step& step) {
+  announce("Open " + excerpt(step.argument));
+  try {
+    showClasses(session.open(step.argument));
+    lastUpdate.reset();
+    mustNameFile = false;
+  } catch (const std::runtime_error& e) {
+    complain(e.what());
+    console.out << "The design that is open stays as it is." << std::endl;
+    wasRefused = true;
+    mustNameFile = true;
+  }
+}
+
+void Script::showClasses(const std::vector<Tessaril::ArchivedClass>& classes) {
+  if (!classes.empty()) {
+    console.out << classList(classes, console.width) << std::flush;
+  }
+}
+
+void Script::save(const Step& step) {
+  if (step.action == Action::kSaveAs) {
+    announce("Save as " + excerpt(step.argument));
+    session.saveAs(step.argument);
+    mustNameFile = false;
+    return;
+  }
+  if (mustNameFile) {
+    throw UsageError("a design was refused before; name the file to save to with --save-as FILE");
+  }
+  if (session.getFile().empty()) {
+    throw UsageError(kNoFileToSaveTo);
+  }
+  announce("Save " + excerpt(session.getFile().string()));
+  session.save();
 }
 
 void Script::change(const Step& step) {
@@ -156,16 +223,12 @@ void Script::change(const Step& step) {
       session.setFlag(moduleOf(step), ModuleFlag::kSkipped, step.action == Action::kSkip);
       break;
   }
-  if (announcesSteps) {
-    console.out << "* " << session.getLastDescription() << std::endl;
-  }
+  announce(session.getLastDescription());
 }
 
 void Script::update(const std::shared_ptr<DesignModule>& end) {
   const auto update = session.makeUpdate(end, arguments.horizon);
-  if (announcesSteps) {
-    console.out << "* " << update->getDescription() << std::endl;
-  }
+  announce(update->getDescription());
   ProgressView view(*update, console.error, console.errorIsTerminal);
   session.run(update);
   lastUpdate = update;
@@ -222,6 +285,10 @@ void Script::write(const Step& step) {
       break;
     case Action::kCutter:
       writeCutter(step);
+      break;
+    case Action::kSave:
+    case Action::kSaveAs:
+      save(step);
       break;
     default:
       // The library does not report a file that it cannot write, so it is tried first.

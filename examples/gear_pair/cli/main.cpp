@@ -31,8 +31,8 @@ int runProgram(const std::vector<std::string>& words) {
     std::cout << GearPair::helpText();
     return 0;
   }
-  const GearPair::DesignInput input = GearPair::readDesign(arguments.designFile);
-  return GearPair::Script(arguments, input, standardConsole()).run();
+  const GearPair::OpenedDesign opened = GearPair::openDesignFile(arguments.designFile);
+  return GearPair::Script(arguments, opened, standardConsole()).run();
 }
 
 }  // namespace

@@ -12,12 +12,22 @@ struct CutterInputs {
   bool operator==(const CutterInputs& other) const;
 };
 
+template <typename Visitor, Of<CutterInputs> T>
+void fields(Visitor& visitor, T& inputs) {
+  visitor(inputs, inputs.requirements);
+}
+
 /// The cutter, its drawing as an SVG document, and one line a gear about the teeth that it leaves.
 struct CutterSheet {
   CutterRack rack;
   std::string drawing;
   std::string gearsCut;
 };
+
+template <typename Visitor, Of<CutterSheet> T>
+void fields(Visitor& visitor, T& sheet) {
+  visitor(sheet, sheet.rack, sheet.drawing, sheet.gearsCut);
+}
 
 /// The rack type cutter of both gears. Hangs on the pinion as a side chain: the report does not
 /// need it.

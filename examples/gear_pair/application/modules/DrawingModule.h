@@ -11,6 +11,11 @@ struct DrawingInputs {
   bool operator==(const DrawingInputs&) const = default;
 };
 
+template <typename Visitor, Of<DrawingInputs> T>
+void fields(Visitor& visitor, T& inputs) {
+  visitor(inputs, inputs.pair, inputs.units);
+}
+
 /// Draws the pair in mesh as an SVG document. Hangs on the mesh as a side chain: the report does
 /// not need it.
 class DrawingModule final : public TextStepModule<DrawingInputs, std::string> {

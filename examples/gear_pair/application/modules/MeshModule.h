@@ -14,6 +14,11 @@ struct MeshInputs {
   bool operator==(const MeshInputs& other) const;
 };
 
+template <typename Visitor, Of<MeshInputs> T>
+void fields(Visitor& visitor, T& inputs) {
+  visitor(inputs, inputs.requirements, inputs.pinion, inputs.wheel);
+}
+
 /// The pair in mesh: where the pinion's chain and the wheel's fork come together.
 class MeshModule final : public StepModule<MeshInputs, Mesh> {
  public:

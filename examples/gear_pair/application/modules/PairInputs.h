@@ -21,6 +21,11 @@ struct PairInputs {
   }
 };
 
+template <typename Visitor, Of<PairInputs> T>
+void fields(Visitor& visitor, T& pair) {
+  visitor(pair, pair.requirements, pair.pinion, pair.wheel, pair.mesh);
+}
+
 /// The modules that make the pair, and what they offer at present.
 struct PairModules {
   std::shared_ptr<const RequirementsModule> requirements;

@@ -14,6 +14,11 @@ struct PlanInputs {
   bool operator==(const PlanInputs& other) const;
 };
 
+template <typename Visitor, Of<PlanInputs> T>
+void fields(Visitor& visitor, T& inputs) {
+  visitor(inputs, inputs.requirements, inputs.pinion, inputs.wheel, inputs.units);
+}
+
 /// Writes the manufacturing plan. Stands behind the report, at the horizon of an update.
 class PlanModule final : public TextStepModule<PlanInputs, std::string> {
  public:

@@ -14,6 +14,11 @@ struct ReportInputs {
   }
 };
 
+template <typename Visitor, Of<ReportInputs> T>
+void fields(Visitor& visitor, T& inputs) {
+  visitor(inputs, inputs.pair, inputs.loaded, inputs.units);
+}
+
 /// Writes the report: the end of the main way.
 class ReportModule final : public TextStepModule<ReportInputs, std::string> {
  public:

@@ -13,6 +13,11 @@ struct StrengthInputs {
   bool operator==(const StrengthInputs&) const = default;
 };
 
+template <typename Visitor, Of<StrengthInputs> T>
+void fields(Visitor& visitor, T& inputs) {
+  visitor(inputs, inputs.pair, inputs.load);
+}
+
 /// The requirements with their load, and how the pair stands up to it.
 struct LoadedPair {
   Requirements requirements;
@@ -20,6 +25,11 @@ struct LoadedPair {
 
   bool operator==(const LoadedPair&) const = default;
 };
+
+template <typename Visitor, Of<LoadedPair> T>
+void fields(Visitor& visitor, T& loaded) {
+  visitor(loaded, loaded.requirements, loaded.strength);
+}
 
 /// Loads the pair. The only step that reads the load from the values of the design.
 class StrengthModule final : public StepModule<StrengthInputs, LoadedPair> {

@@ -33,6 +33,29 @@ Shared<ToothMeasures> ToothModule::measure() const {
 
 bool ToothModule::isUpToDate() const { return measures != nullptr && StepModule::isUpToDate(); }
 
+// The measures are missing only where the teeth are.
+void ToothModule::saveRecord(ValueWriter& writer) const {
+  StepModule::saveRecord(writer);
+  if (hasResult()) {
+    writer.write(measures);
+  }
+}
+
+void ToothModule::loadRecord(ValueReader& reader) {
+  StepModule::loadRecord(reader);
+  if (hasResult()) {
+    reader.requireThat(isOfThisGear(), "these are not the teeth of the " + memberName(member));
+    reader.read(measures);
+  }
+}
+
+bool ToothModule::isOfThisGear() const {
+  const ToothInputs& inputs = *getComputedFrom();
+  const GearData& cut = getResult()->gear;
+  return inputs.member == member && cut.member == member &&
+         cut.teeth == inputs.requirements->gear(member).teeth;
+}
+
 std::optional<ToothInputs> ToothModule::collect() const {
   auto requirements = requirementsModule->getResult();
   return requirements == nullptr ? std::nullopt

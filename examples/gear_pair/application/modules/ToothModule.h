@@ -14,6 +14,11 @@ struct ToothInputs {
   bool operator==(const ToothInputs& other) const;
 };
 
+template <typename Visitor, Of<ToothInputs> T>
+void fields(Visitor& visitor, T& inputs) {
+  visitor(inputs, inputs.requirements, inputs.member);
+}
+
 /// The teeth of one gear: the pinion on the main chain, the wheel on its fork.
 ///
 /// The apply has two steps, cutting the teeth and measuring them, and so two results: the tooth
@@ -28,8 +33,11 @@ class ToothModule final : public StepModule<ToothInputs, ToothForm> {
   Shared<ToothMeasures> measure() const;
 
   bool isUpToDate() const override;
+  void saveRecord(ValueWriter& writer) const override;
+  void loadRecord(ValueReader& reader) override;
 
  private:
+  bool isOfThisGear() const;
   std::optional<ToothInputs> collect() const override;
   ToothForm compute(const ToothInputs& inputs, ToothFormCache* cache) const override;
 

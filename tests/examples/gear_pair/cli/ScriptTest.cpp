@@ -20,7 +20,9 @@ class ScriptRun {
   explicit ScriptRun(std::vector<std::string> words) {
     words.insert(words.begin(), "pair.gear");
     const Arguments arguments = parseArguments(words);
-    exitCode = Script(arguments, soundDesign(), {out, error, false, 100}).run();
+    exitCode =
+        Script(arguments, {GearPairDesign::create(soundDesign()), {}, {}}, {out, error, false, 100})
+            .run();
   }
 
   std::string output() const { return out.str(); }
