@@ -44,8 +44,7 @@ auto checked(Call call) {
 /// An open file, closed at the end of its scope.
 class FileDescriptor {
  public:
-  FileDescriptor(const std::string& file, int flags, mode_t permissions = 0)
-      : number(checked([&] { return ::open(file.c_str(), flags | O_CLOEXEC, permissions); })) {}
+  explicit FileDescriptor(int opened) : number(opened) {}
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
   ~FileDescriptor() {
@@ -153,10 +152,26 @@ std::optional<mode_t> permissionsOfReplaceable(const fs::path& file) {
   return status.st_mode & 0777;
 }
 
-std::string unusedNameBeside(const fs::path& file) {
+std::string randomNameBeside(const fs::path& file) {
   const std::string unique = '.' + Identifier::createRandom().toString().substr(0, 8);
   const std::string name = file.filename().string().substr(0, NAME_MAX - 1 - unique.size());
   return (file.parent_path() / ('.' + name + unique)).string();
+}
+
+/// Makes a file of a new name beside another one, opened for writing; returns its descriptor.
+int createBeside(const fs::path& file, mode_t permissions, std::string& name) {
+  constexpr int kMostAttempts = 1000;
+  for (int attempt = 1;; ++attempt) {
+    name = randomNameBeside(file);
+    const int opened = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
+    if (opened >= 0) {
+      return opened;
+    }
+    // A process that was forked from this one draws the same names.
+    if ((errno != EEXIST && errno != EINTR) || attempt == kMostAttempts) {
+      fail(errno);
+    }
+  }
 }
 
 /// Brings a rename to the disk. Where a file system does not support that, the rename is as safe as
@@ -173,10 +188,9 @@ void syncDirectory(const fs::path& directory) {
 void replaceResolved(const fs::path& target, std::string_view contents) {
   constexpr mode_t kWhatTheUserAllows = 0666;
   const std::optional<mode_t> permissions = permissionsOfReplaceable(target);
-  const std::string name = unusedNameBeside(target);
-  FileDescriptor replacement(name, O_WRONLY | O_CREAT | O_EXCL,
-                             permissions.value_or(kWhatTheUserAllows));
-  TemporaryName temporary(name);
+  std::string name;
+  FileDescriptor replacement(createBeside(target, permissions.value_or(kWhatTheUserAllows), name));
+  TemporaryName temporary(std::move(name));
   if (permissions) {
     checked([&] { return ::fchmod(replacement.get(), *permissions); });
   }
@@ -191,7 +205,9 @@ void replaceResolved(const fs::path& target, std::string_view contents) {
 
 std::string readFile(const fs::path& file) {
   try {
-    return readAll(FileDescriptor(file.string(), O_RDONLY).get());
+    const FileDescriptor opened(
+        checked([&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC); }));
+    return readAll(opened.get());
   } catch (const std::system_error& error) {
     refuse(file, "cannot be read: " + error.code().message());
   }
