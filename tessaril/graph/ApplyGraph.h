@@ -211,22 +211,22 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
 
   // The links as stored records. The modules themselves are stored with the objects that own them.
 
-  /// Appends one record to `data` for each module of the graphs that `modules` belong to, in the
-  /// order of ApplyModule::forThisAndAllFollowingModules() from the graph's start. Links to modules
-  /// that are no objects of the parameter tree, or have expired, are left out. Of modules of one
-  /// graph that follow each other directly the first counts: pass the modules grouped by graph, for
-  /// a graph that comes up again is stored again. `object` is not used. Throws std::bad_cast at a
-  /// module that is no Object; the records before it stay in `data`. Linear in the modules and
-  /// links.
+  /// Appends one record to `data` for each module of the graphs that `modules` belong to: for those
+  /// that ApplyModule::forThisAndAllFollowingModules() visits from the graph's start, in its order.
+  /// A record leaves out neighbours that are no objects of the parameter tree, or have expired.
+  /// Null modules are passed over. Only the graph that was stored last is known again: pass the
+  /// modules grouped by graph, or records come several times, which costs room and nothing else.
+  /// `object` is not used. Throws std::bad_cast at a module that is no Object; the records before
+  /// it stay in `data`. Linear in the modules and links.
   static void storeApplyGraph(std::shared_ptr<const Object> object,
                               const std::vector<std::shared_ptr<const ApplyModule>>& modules,
                               std::vector<ApplyModuleData>& data);
   /// Gives each module that `data` names under `root` the links and the start-of-side-chain flag of
   /// its record, in place of those it had. Paths that lead to no module are passed over, of records
-  /// as of neighbours. Lists are written directly: no hook, no signal, and no check that the two
-  /// ends of a link agree, so what comes from an unknown source has to be checked. To be called
-  /// when all modules have been loaded. What Object::getObject() throws passes on, with the records
-  /// before it carried out. Requires: `root` is not null.
+  /// as of neighbours. Lists are written directly: no hook, no signal, and no check. Links from an
+  /// unknown source may have one end only, and may run in a circle, which other operations here
+  /// require them not to. To be called when all modules have been loaded. What Object::getObject()
+  /// throws passes on, with the records before it carried out. Requires: `root` is not null.
   static void restoreApplyGraph(std::shared_ptr<const Object> root,
                                 const std::vector<ApplyModuleData>& data);
 
