@@ -19,13 +19,15 @@ TESSARIL_PLATFORM_EXPORT std::unique_ptr<PersistenceArchiver> openArchive(
 TESSARIL_PLATFORM_EXPORT void saveArchive(const std::filesystem::path& file,
                                           PersistenceArchiver& archive);
 
+/// Whole; a pipe to its end. Refused: what is larger than an archive can be.
 TESSARIL_PLATFORM_EXPORT std::string readFile(const std::filesystem::path& file);
 /// Gives the file new contents, or makes it. At every moment, whatever fails and whenever the
 /// process or the machine stops, the file has either its old contents or the new ones, whole: they
 /// are written to a new file in the same directory, brought to the disk, and renamed. A symbolic
-/// link stays, and what it leads to is replaced; the permissions stay as well. When it fails the
-/// new file is removed; a process that is killed leaves it, named after the file with a dot in
-/// front and eight letters behind. A file that is write-protected is refused.
+/// link stays, and what it leads to is replaced or made; so do the permissions. The owner is who
+/// saves, and another hard link keeps the old contents. When it fails the new file is removed; a
+/// process that is killed leaves it, named after the file with a dot in front and eight letters
+/// behind. Refused: what is write-protected, and what is no regular file, as a device.
 TESSARIL_PLATFORM_EXPORT void replaceFile(const std::filesystem::path& file,
                                           std::string_view contents);
 

@@ -31,7 +31,9 @@ struct BaseClassRegister {
   /// Null for a class of which no objects are made, as for an abstract one.
   CreateOperation create = nullptr;
   DynamicTypeOperation dynamicType = nullptr;
+  /// A new, empty container for shared objects of the class.
   ContainerOperation createContainer = nullptr;
+  /// True in the record of every class; false in a blank descriptor.
   bool enabled = false;
   /// Assigned by the archiver when it takes the record; 0 in a record that is being built.
   unsigned int typeId = kNoType;

@@ -33,14 +33,16 @@ struct ArchivedClass {
 ///
 /// An archive is a sequence of values and *framed blocks*. A block holds one object, or one
 /// container of objects: its frame says where it ends and of which class the contents are. Blocks
-/// nest, at most kMaxDepth deep. An archive carries a table of the classes whose blocks it holds,
-/// with the versions that were written. A *type hash* is the type id of a class as it stands in a
-/// frame.
+/// nest, at most kMaxDepth deep: a level for every shared object, and one for every part of it that
+/// has a frame of its own. An archive carries a table of the classes whose blocks it holds, with
+/// the versions that were written. A *type hash* is the type id of a class as it stands in a frame.
+/// All of an archive is in memory; it is smaller than 4 GiB.
 ///
 /// Reading checks every step against the end of the innermost open block: what is cut, damaged or
 /// made up ends in an ArchiveException that names the byte, never in a read beyond the archive, and
-/// never in memory that the archive's own bytes do not account for. After an exception nothing more
-/// can be made of the archive. Using an archive the wrong way round is a std::logic_error.
+/// never in memory that the archive's own bytes do not account for. An archive in which something
+/// has thrown is of no further use: throw it away, and what was read from it. Using an archive the
+/// wrong way round is a std::logic_error.
 ///
 /// One thread at a time uses an archive. The registration may be used from all threads, and during
 /// static initialisation of any library, in any order. Nothing is ever unregistered: a library that
@@ -75,8 +77,8 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   /// and nothing is known, when the caster is null or the two are not two registered classes. True
   /// as well for a pair that is known already: the first caster stays.
   static bool registerCaster(unsigned int derivedId, unsigned int baseId, Caster* caster);
-  /// The version that objects of the class are written with; for 0, the version for classes that
-  /// are registered without one of their own.
+  /// The version that objects of the class are written with; for 0, as for every type id that is
+  /// not registered, the version for classes that are registered without one of their own.
   static unsigned int getCurrentVersion(unsigned int typeId);
 
   // The archive as a whole
@@ -90,8 +92,8 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   PersistenceArchiver& operator=(const PersistenceArchiver&) = delete;
   ~PersistenceArchiver();
 
-  /// Completes a written archive and returns its bytes. Nothing can be written afterwards.
-  /// Requires: every block is closed.
+  /// Completes a written archive and returns its bytes, which are the same for the same contents.
+  /// Nothing can be written afterwards. Requires: every block is closed.
   std::string finish();
   /// Throws ArchiveException unless everything has been read.
   void requireEnd() const;
@@ -145,7 +147,7 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   /// `end` is what read_to_address_header() gave for it.
   void end_read_to_address(unsigned int end);
   /// Throws ArchiveException for a number of elements that the rest of the innermost block cannot
-  /// hold.
+  /// hold; an element takes a byte at least.
   void check_container_size(unsigned int count) const;
 
   // The classes of this archive
@@ -153,20 +155,27 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   /// The class of that type hash, with the version that this archive holds; null when the archive
   /// does not name it. Valid until the next addClass().
   const BaseClassRegister* findClass(unsigned int typeHash) const;
-  /// Names a class that the archive does not name, for the rest of this reading.
+  /// Makes a class known that the archive does not name, for the rest of this reading; one that it
+  /// names stays as it is. getClasses() does not change.
   void addClass(unsigned int typeHash, const BaseClassRegister& descriptor);
 
-  // Shared objects. The first time an object is written with its run-time class, which has to be
-  // registered; after that, and for null, just as a number. T is the class that the pointers have,
-  // with a static serialization_register; when the run-time class is another one, casters have to
-  // lead from it to T.
+  // Shared objects. The first time an object is written with its run-time class; after that, and
+  // for null, just as a number. The archive shares the ownership of its objects until it is
+  // destroyed. An object can refer to one that is still being read: it gets it half filled. What a
+  // reader leaves unread at the end of a block must hold no shared objects, because they are
+  // counted as they are read. T is the class that the pointers have, with a static
+  // serialization_register; when the run-time class is another one, casters have to lead from it to
+  // T.
 
+  /// Throws ArchiveException for an object whose run-time class is not registered, cannot be made,
+  /// loaded and saved by its record, or has no casters to T: it could not be read again.
   template <typename T>
   void writeShared(const std::shared_ptr<T>& object) {
     writeObject({object, mostDerived(object.get())}, runTimeClass(object.get()),
                 typeIdOf<std::remove_const_t<T>>());
   }
-  /// Throws ArchiveException for an object that is no T, or of a class that is not known here.
+  /// Throws ArchiveException for an object that is no T, before it is made, and for one of a class
+  /// that is not known here. What constructors and load operations throw passes on.
   template <typename T>
   std::shared_ptr<T> readShared() {
     const std::shared_ptr<void> object = readObject(typeIdOf<T>());
