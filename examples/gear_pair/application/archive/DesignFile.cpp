@@ -38,6 +38,10 @@ void requireReadable(const ArchivedClass& archived) {
     refuse("holds objects of the class " + inQuotes(archived.name) +
            ", which this program does not know");
   }
+  if (archived.version == 0) {
+    refuse("holds objects of the class " + inQuotes(archived.name) +
+           " in version 0, which there never was");
+  }
   if (archived.version > known->registeredVersion) {
     refuse("holds objects of the class " + inQuotes(archived.name) + " in version " +
            std::to_string(archived.version) + ", which is newer than this program's version " +
