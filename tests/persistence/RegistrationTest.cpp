@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <memory>
+#include <new>
 #include <set>
 #include <type_traits>
 
@@ -298,6 +300,15 @@ TEST(RegisterClassTest, ObjectsAreMadeByWhatTheClassHandsIn) {
                            []() -> void* { return new (std::nothrow) Named(17); });
   const std::unique_ptr<Named> object(static_cast<Named*>(record->create()));
   EXPECT_EQ(object->value, 17);
+}
+
+TEST(RegisterClassTest, WithoutMemoryThereIsNoObject) {
+  struct Huge : Plain {
+    static void* operator new(std::size_t /*size*/, const std::nothrow_t& /*tag*/) noexcept {
+      return nullptr;
+    }
+  };
+  EXPECT_EQ(registerClass<Huge>("Test.Huge", 1, Plain::load, Plain::save)->create(), nullptr);
 }
 
 TEST(RegisterClassTest, NoObjectsAreMadeOfAClassThatCannotBeMadeFromNothing) {
