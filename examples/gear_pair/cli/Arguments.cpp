@@ -109,9 +109,14 @@ class Parser {
   void takeDesignFile(const std::string& word) {
     if (!arguments.designFile.empty()) {
       throw UsageError("one design file is enough: " + inQuotes(arguments.designFile) + " and " +
-                       inQuotes(word) + " are two");
+                       inQuotes(word) + " are two" +
+                       (savesBefore() ? "; to save to one, use --save-as FILE" : ""));
     }
     arguments.designFile = word;
+  }
+
+  bool savesBefore() const {
+    return !arguments.steps.empty() && arguments.steps.back().action == Action::kSave;
   }
 
   std::string argumentOf(const std::string& option, const std::string& argumentName) {

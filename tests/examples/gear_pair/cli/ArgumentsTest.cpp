@@ -54,6 +54,12 @@ TEST(Arguments, CarryTheWordsOfTheSteps) {
   EXPECT_FALSE(arguments.help);
 }
 
+TEST(Arguments, OpenBeforeAndSaveBehindTheUpdateTheyMake) {
+  EXPECT_THAT(actionsOf({"pair.gear", "--save-as", "pair.tsr", "--open", "other.tsr"}),
+              ElementsAre(Action::kOpen, Action::kUpdate, Action::kSaveAs));
+  EXPECT_THAT(actionsOf({"pair.tsr", "--save"}), ElementsAre(Action::kUpdate, Action::kSave));
+}
+
 TEST(Arguments, NeedNoFileForHelp) {
   EXPECT_TRUE(parseArguments({"--help"}).help);
   EXPECT_TRUE(parseArguments({"-h"}).help);
@@ -67,6 +73,11 @@ TEST(Arguments, AreRefusedInOneSentence) {
             "there is no option '--updat'; did you mean --update?");
   EXPECT_EQ(complaintAbout({"a.gear", "--xyzzy"}), "there is no option '--xyzzy'; see --help");
   EXPECT_EQ(complaintAbout({"a.gear", "--set"}), "--set needs NAME=VALUE behind it");
+  EXPECT_EQ(complaintAbout({"a.gear", "--open"}), "--open needs a design file behind it");
+  EXPECT_EQ(complaintAbout({"a.gear", "--save-as", "--table"}), "--save-as needs a file behind it");
+  EXPECT_EQ(complaintAbout({"a.gear", "--save", "b.tsr"}),
+            "one design file is enough: 'a.gear' and 'b.tsr' are two; to save to one, use "
+            "--save-as FILE");
   EXPECT_EQ(complaintAbout({"a.gear", "--up-to", "--table"}), "--up-to needs a module behind it");
   for (const char* count : {"two", "-1", "65", "1.5", ""}) {
     EXPECT_THAT(complaintAbout({"a.gear", "--threads", count}), HasSubstr("--threads needs"))
@@ -76,10 +87,10 @@ TEST(Arguments, AreRefusedInOneSentence) {
 
 TEST(Arguments, AreAllInTheHelpText) {
   for (const char* option :
-       {"--set",     "--unit-system", "--freeze",  "--unfreeze", "--skip",  "--unskip",
-        "--update",  "--up-to",       "--undo",    "--redo",     "--table", "--figures",
-        "--report",  "--plan",        "--drawing", "--cutter",   "--say",   "--dump",
-        "--threads", "--horizon",     "--help"}) {
+       {"--set",    "--unit-system", "--freeze",  "--unfreeze", "--skip",    "--unskip",
+        "--update", "--up-to",       "--undo",    "--redo",     "--table",   "--figures",
+        "--open",   "--save",        "--save-as", "--report",   "--plan",    "--drawing",
+        "--cutter", "--say",         "--dump",    "--threads",  "--horizon", "--help"}) {
     EXPECT_THAT(helpText(), HasSubstr(option));
   }
 }

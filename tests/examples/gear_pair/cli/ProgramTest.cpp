@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -34,11 +35,11 @@ std::string readAll(std::FILE* stream) {
   return text;
 }
 
-/// Runs "gear_pair ARGUMENTS" in a shell.
-Result gearPair(const std::string& arguments) {
+/// Runs "gear_pair ARGUMENTS" in a shell, behind what else the shell is told.
+Result gearPair(const std::string& arguments, const std::string& before = {}) {
   const TemporaryFile errors("errors.txt");
   const std::string command =
-      std::string("'") + GEAR_PAIR_PROGRAM + "' " + arguments + " 2>'" + errors.name() + "'";
+      before + "'" + GEAR_PAIR_PROGRAM + "' " + arguments + " 2>'" + errors.name() + "'";
   Result result;
   std::FILE* pipe = popen(command.c_str(), "r");
   if (pipe == nullptr) {
@@ -130,10 +131,116 @@ TEST(Program, NamesAFileThatIsNotThere) {
   EXPECT_THAT(result.errors, MatchesRegex("gear_pair: nowhere.gear[^\n]*\n"));
 }
 
+std::string quoted(const TemporaryFile& file) { return "'" + file.name() + "'"; }
+
+void write(const TemporaryFile& file, const std::string& content) {
+  std::ofstream(file.name(), std::ios::binary) << content;
+}
+
+/// A computed design that another process has saved.
+class SavedDesignFile : public testing::Test {
+ protected:
+  SavedDesignFile() {
+    const Result result = gearPair(kDesign + " --save-as " + quoted(file));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, "") << "saving is an output";
+  }
+
+  /// The same with one byte changed.
+  std::string damaged() const {
+    std::string content = file.content();
+    content[content.size() / 2] = static_cast<char>(content[content.size() / 2] ^ 1);
+    return content;
+  }
+
+  const TemporaryFile file{"saved.tsr"};
+};
+
+TEST_F(SavedDesignFile, IsUpToDateInAFreshProcess) {
+  const Result result = gearPair(quoted(file) + " --update --table --report -");
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.errors, "[100 %] done\n");
+  EXPECT_THAT(result.output,
+              StartsWith("Classes and versions in the file: GearPair.Design 1, GearPair."));
+  EXPECT_THAT(result.output,
+              HasSubstr("report        main     yes     yes         yes       -       -        "
+                        "left as it is\n"));
+  EXPECT_THAT(result.output, testing::Not(HasSubstr("applied")));
+  EXPECT_THAT(result.output, testing::EndsWith(gearPair(kDesign + " --report -").output));
+}
+
+TEST_F(SavedDesignFile, AppliesOnlyWhatDependsOnAChangedValue) {
+  const Result result = gearPair(quoted(file) + " --set torque=160Nm --save");
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.errors, MatchesRegex("\\[  0 %\\] strength\n[^\n]* report\n[^\n]* done\n"));
+  const Result later = gearPair(quoted(file) + " --figures");
+  EXPECT_EQ(later.errors, "[100 %] done\n");
+  EXPECT_THAT(later.output, HasSubstr("torque 160.0 Nm"));
+}
+
+TEST_F(SavedDesignFile, GivesTheSameBytesForTheSameDesign) {
+  const TemporaryFile again("again.tsr");
+  EXPECT_EQ(gearPair(quoted(file) + " --save-as " + quoted(again)).exitCode, 0);
+  EXPECT_TRUE(again.content() == file.content());
+}
+
+TEST_F(SavedDesignFile, IsRefusedInOneLineWhenItIsDamaged) {
+  const TemporaryFile copy("damaged.tsr");
+  write(copy, damaged());
+  const Result alone = gearPair(quoted(copy));
+  EXPECT_EQ(alone.exitCode, 2);
+  EXPECT_EQ(alone.output, "");
+  EXPECT_THAT(alone.errors, MatchesRegex("gear_pair: [^\n]*damaged.tsr: damaged: the checksum at "
+                                         "byte [0-9]+ is not that of the bytes before it\n"));
+  const Result script = gearPair(quoted(file) + " --open " + quoted(copy) + " --update --figures");
+  EXPECT_EQ(script.exitCode, 2);
+  EXPECT_THAT(script.errors, HasSubstr("damaged.tsr: damaged: "));
+  EXPECT_THAT(script.output, HasSubstr("The design that is open stays as it is.\n"));
+  EXPECT_THAT(script.output, testing::EndsWith(gearPair(kDesign + " --figures").output));
+}
+
+TEST_F(SavedDesignFile, IsRefusedInOneLineWhenItIsCutOrAnotherThing) {
+  const TemporaryFile other("other.tsr");
+  for (const std::string& content :
+       {file.content().substr(0, 4000), file.content().substr(0, 5), "X" + file.content(),
+        std::string("\x89PNG\r\n\x1a\n"), std::string(100, '\0')}) {
+    write(other, content);
+    const Result result = gearPair(quoted(other));
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, MatchesRegex("gear_pair: [^\n]*other.tsr: [^\n]+\n"));
+  }
+}
+
+TEST_F(SavedDesignFile, IsKeptWhereItCannotBeReplaced) {
+  const std::string content = file.content();
+  // No process may write as much as that: the disk is full after 16 blocks.
+  const Result result =
+      gearPair(quoted(file) + " --set torque=160Nm --save", "trap '' XFSZ; ulimit -f 16; ");
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_THAT(result.errors,
+              MatchesRegex(".*\ngear_pair: [^\n]*saved.tsr: cannot be written: [^\n]+\n"));
+  EXPECT_TRUE(file.content() == content);
+  const auto folder = std::filesystem::path(file.name()).parent_path();
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    EXPECT_THAT(
+        entry.path().filename().string(),
+        testing::Not(StartsWith("." + std::filesystem::path(file.name()).filename().string())))
+        << "nothing is left behind";
+  }
+}
+
+TEST(Program, NamesTheFileThatItCannotSaveTo) {
+  const Result result = gearPair(kDesign + " --save-as /nowhere/pair.tsr");
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_THAT(result.errors, testing::EndsWith("\ngear_pair: /nowhere/pair.tsr: cannot be written: "
+                                               "No such file or directory\n"));
+}
+
 TEST(Program, ExplainsItself) {
   const Result result = gearPair("--help");
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.output, HasSubstr("Examples\n  gear_pair pair.gear\n"));
+  EXPECT_THAT(result.output, HasSubstr("  --save-as FILE.tsr       save the design"));
   EXPECT_EQ(result.errors, "");
 }
 
