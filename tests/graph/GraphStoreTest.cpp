@@ -551,7 +551,7 @@ void reduceToStored(const TestGraph& g) {
 }
 
 TEST(GraphStoreRoundTripTest, ChangesNothingOnTheSameObjects) {
-  forSeeds(200, [](std::uint64_t seed) {
+  forSeeds(100, [](std::uint64_t seed) {
     const StoredDesign design = randomDesign(seed, storableGraphs());
     const std::string before = text(design.graph);
     ApplyGraph::restoreApplyGraph(design.root, storedLinks(design.graph));
@@ -575,7 +575,7 @@ TEST(GraphStoreRoundTripTest, RepairsWhatWasChangedSince) {
 }
 
 TEST(GraphStoreRoundTripTest, CarriesAGraphThroughAnArchive) {
-  forSeeds(200, [](std::uint64_t seed) {
+  forSeeds(100, [](std::uint64_t seed) {
     const StoredDesign design = randomDesign(seed, storableGraphs());
     const std::string archive = save(design);
     const StoredDesign opened = TestSupport::open(archive);
@@ -589,7 +589,7 @@ TEST(GraphStoreRoundTripTest, CarriesAGraphThroughAnArchive) {
 }
 
 TEST(GraphStoreRoundTripTest, CarriesAGraphWithDeadEntriesThroughAnArchive) {
-  forSeeds(200, [](std::uint64_t seed) {
+  forSeeds(100, [](std::uint64_t seed) {
     RandomGraphParameters parameters = storableGraphs();
     parameters.dead = 25;
     const StoredDesign design = randomDesign(seed, parameters);
