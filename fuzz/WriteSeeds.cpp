@@ -107,6 +107,18 @@ std::string deepTree() {
   return saveGraph(root);
 }
 
+/// As deep as blocks may nest.
+std::string deepestTree() {
+  const auto root = std::make_shared<Object>("o");
+  std::shared_ptr<Object> level = root;
+  for (std::size_t i = 1; i < PersistenceArchiver::kMaxDepth; ++i) {
+    const auto child = std::make_shared<Object>("o");
+    level->addChild(child);
+    level = child;
+  }
+  return saveGraph(root);
+}
+
 ApplyModuleData linksOf(const std::string& path, std::vector<Path> previous,
                         std::vector<Path> next) {
   ApplyModuleData links;
@@ -142,6 +154,7 @@ void writeDesigns(const SeedDirectory& directory) {
   directory.write("side_chain_fork_merge", sideChainForkAndMerge());
   directory.write("tree", tree());
   directory.write("deep_tree", deepTree());
+  directory.write("deepest_tree", deepestTree());
   directory.write("circle", circle());
   directory.write("links_to_nowhere", linksToNowhere());
 }
