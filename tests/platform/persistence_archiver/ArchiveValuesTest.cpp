@@ -249,6 +249,16 @@ TEST(ArchiveValuesTest, RefusesAnArchiveWithAnyBitChanged) {
   }
 }
 
+TEST(ArchiveExceptionTest, IsAnExceptionOfTheApplicationAndAValue) {
+  static_assert(std::is_base_of_v<TsException, ArchiveException>);
+  const ArchiveException first("first");
+  ArchiveException copy = first;
+  EXPECT_STREQ(copy.what(), "first");
+  EXPECT_EQ(copy.getSourceLocation().line(), first.getSourceLocation().line());
+  copy = ArchiveException("second");
+  EXPECT_STREQ(copy.what(), "second");
+}
+
 // The wrong way round
 
 TEST(ArchiveModeTest, AnArchiveThatIsWrittenCannotBeRead) {

@@ -374,6 +374,22 @@ TEST_F(SharedObjectsTest, RefusesToWriteAnObjectThatNoCastersLeadFrom) {
       AllOf(HasSubstr("\"Shared objects: UnrelatedNode\""), HasSubstr("\"Shared objects: Node\"")));
 }
 
+TEST_F(SharedObjectsTest, CastersThatLeadInACircleLeadNowhereElse) {
+  struct There : Node {
+    static void serialization_register(void* descriptor) { registerAs<There>(descriptor, "There"); }
+  };
+  struct Back : There {
+    static void serialization_register(void* descriptor) { registerAs<Back>(descriptor, "Back"); }
+  };
+  EXPECT_TRUE((PlatformTests::registerStoredBase<There, Back>()));
+  EXPECT_TRUE(PersistenceArchiver::registerCaster(PlatformTests::descriptorOf<There>().typeId,
+                                                  PlatformTests::descriptorOf<Back>().typeId,
+                                                  new CasterAccess<Node, Node>));
+  PersistenceArchiver writing;
+  const std::shared_ptr<Node> node = std::make_shared<Back>();
+  EXPECT_THROW(writing.writeShared(node), ArchiveException);
+}
+
 TEST_F(SharedObjectsTest, AnObjectWithoutCastersIsWrittenAsItself) {
   const auto node = std::make_shared<UnrelatedNode>();
   node->text = "by itself";
