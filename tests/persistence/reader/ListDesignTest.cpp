@@ -349,6 +349,47 @@ TEST_F(ListDesignTest, ReadsABlockWithoutAClassInTheOldestLayout) {
                                     "chains -")));
 }
 
+/// A whole object with the two base parts that every module of the tree has.
+void writeStep(HandMadeArchive& archive, const std::string& className, const std::string& name) {
+  archive.open(className).open("Object").text(name).number(0).close();
+  archive.open("ApplyModule");
+  archive.open("ModuleState").flags({true, false, true, false, false}).close();
+  archive.flags({false}).number(3);
+  archive.open("ApplyModuleInsertInfo").number(0).id({0, 0}).ids({}).close().close().close();
+}
+
+/// The archive with an empty list of links, closed and completed.
+std::string withoutLinks(HandMadeArchive& archive) {
+  archive.open("ApplyModuleData").number(0).close();
+  return archive.with({{"App.Design", 1},
+                       {"App.Step", 1},
+                       {"Object", 1},
+                       {"ApplyModule", 500002},
+                       {"ModuleState", 500001},
+                       {"ApplyModuleInsertInfo", 500000},
+                       {"Identifier", 1},
+                       {"ApplyModuleData", 500000}});
+}
+
+TEST_F(ListDesignTest, FindsModulesThatAreMembersOfADesignWithoutAnObjectPart) {
+  HandMadeArchive archive;
+  archive.number(1).open("App.Design");
+  writeStep(archive, "App.Step", "A");
+  writeStep(archive, "App.Step", "B");
+  archive.number(77).close();
+  EXPECT_THAT(listed(withoutLinks(archive)), EndsWith("modules:\n  A (App.Step): " + kPlain +
+                                                      "  B (App.Step): " + kPlain + "links:\n"));
+}
+
+TEST_F(ListDesignTest, TellsMembersFromTheBasePart) {
+  HandMadeArchive archive;
+  archive.number(1).open("App.Design").open("Object").text("design").number(0).close();
+  writeStep(archive, "App.Step", "A");
+  archive.close();
+  EXPECT_THAT(listed(withoutLinks(archive)),
+              EndsWith("modules:\n  A (App.Step): " + kPlain + "links:\n"));
+}
+
 // Damage
 
 class RefusedDesignTest : public ListDesignTest {

@@ -153,13 +153,28 @@ class Archive:
 
 
 class Node:
-    """An object of the parameter tree, as far as it is known."""
+    """An object, or a part of one, as far as it is known."""
 
     def __init__(self, class_name):
         self.class_name = class_name
         self.name = None
         self.children = []
+        self.members = []
         self.module = None
+
+    def take_parts(self, blocks):
+        """Tells base parts from members: an Object block is a base part, and where there is none the
+        only block with an Object part; any other block with an Object part is a member."""
+        named = [part for part in blocks if part.name is not None]
+        objects = [part for part in named if part.class_name == "Object"][:1]
+        base = objects or (named if len(named) == 1 else [])
+        self.members = [part for part in named if part not in base]
+        for part in blocks:
+            if part not in self.members:
+                self.name = self.name or part.name
+                self.children += part.children
+                self.members += part.members
+                self.module = self.module or part.module
 
 
 class DesignReader:
@@ -199,16 +214,21 @@ class DesignReader:
         elif class_name == "ApplyModule":
             self.module_record(node, version)
         elif class_name not in MEMBERS:
+            blocks = []
             while self.archive.block_is_possible():
-                self.archive.block(lambda part, part_version: self.parts(node, part, part_version))
+                blocks.append(self.archive.block(self.part))
+            node.take_parts(blocks)
+
+    def part(self, class_name, version):
+        node = Node(class_name)
+        self.parts(node, class_name, version)
+        return node
 
     # The records
 
     def object_record(self, node):
-        name = self.archive.string()
-        children = [self.shared_object() for _ in range(self.archive.number())]
-        if node.name is None:
-            node.name, node.children = name, children
+        node.name = self.archive.string()
+        node.children = [self.shared_object() for _ in range(self.archive.number())]
 
     def module_record(self, node, version):
         archive = self.archive
@@ -226,8 +246,7 @@ class DesignReader:
         else:
             module["insert"] = archive.block(lambda _, own_version: self.insert_record(own_version))
         module["side"] = version < 500002 and module["insert"][0] == START_FORK
-        if node.module is None:
-            node.module = module
+        node.module = module
 
     def state_record(self, _, version):
         flags = ["consistent", "active", "inputOk"]
@@ -262,11 +281,14 @@ class DesignReader:
 
 
 def modules_below(node, path):
+    """The place of members in the tree is not stored: their paths begin with their names."""
     if node.module is not None:
         yield path or "/", node
     for child in node.children:
         if child is not None and child.name is not None:
             yield from modules_below(child, path + "/" + child.name)
+    for member in node.members:
+        yield from modules_below(member, member.name)
 
 
 def listed(words):
