@@ -38,10 +38,10 @@ BaseClassRegister* ClassRegistry::add(const std::string& name, const BaseClassRe
   return &factory.record;
 }
 
-BaseClassRegister* ClassRegistry::find(unsigned int typeId) const {
+const BaseClassRegister* ClassRegistry::find(unsigned int typeId) const {
   const std::shared_lock lock(mutex);
   const auto found = factories.find(typeId);
-  return found != factories.end() ? const_cast<BaseClassRegister*>(&found->second.record) : nullptr;
+  return found != factories.end() ? &found->second.record : nullptr;
 }
 
 std::string ClassRegistry::nameOf(unsigned int typeId) const {

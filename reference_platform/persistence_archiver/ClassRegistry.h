@@ -24,7 +24,7 @@ class ClassRegistry {
 
   BaseClassRegister* add(const std::string& name, const BaseClassRegister& record,
                          unsigned int version);
-  BaseClassRegister* find(unsigned int typeId) const;
+  const BaseClassRegister* find(unsigned int typeId) const;
   std::string nameOf(unsigned int typeId) const;
 
   void addHash(unsigned int hash, unsigned int typeId);

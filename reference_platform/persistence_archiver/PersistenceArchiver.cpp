@@ -58,6 +58,16 @@ bool canBeRead(const BaseClassRegister& record) {
   return record.create != nullptr && record.load != nullptr && record.createContainer != nullptr;
 }
 
+/// The object as the class that the casters lead to.
+std::shared_ptr<void> asBase(const std::shared_ptr<void>& object,
+                             const ClassRegistry::CasterPath& casters) {
+  void* address = object.get();
+  for (const Caster* caster : casters) {
+    address = caster->toBase(address);
+  }
+  return {object, address};
+}
+
 std::string quotedName(unsigned int typeId) {
   return '"' + ClassRegistry::get().nameOf(typeId) + '"';
 }
@@ -441,7 +451,7 @@ std::shared_ptr<void> PersistenceArchiver::readObject(unsigned int expectedTypeI
                         std::to_string(objects.size()));
   }
   const SharedObject& known = objects[number - 1];
-  return asClass(known.container->find(number), known.typeId, expectedTypeId);
+  return asBase(known.container->find(number), requireCasters(known.typeId, expectedTypeId));
 }
 
 std::shared_ptr<void> PersistenceArchiver::readNewObject(unsigned int expectedTypeId) {
@@ -458,7 +468,7 @@ std::shared_ptr<void> PersistenceArchiver::readNewObject(unsigned int expectedTy
     refuseAt(start, "this program cannot make an object of the class " + archivedName(typeHash));
   }
   // Asked before the object is made, so that nothing of a wrong class is ever loaded.
-  requireCasters(descriptor.typeId, expectedTypeId);
+  const auto casters = requireCasters(descriptor.typeId, expectedTypeId);
   PointerMapContainerBase& container = containerOf(descriptor);
   objects.push_back({descriptor.typeId, &container});
   descriptor.object = descriptor.create();
@@ -469,17 +479,7 @@ std::shared_ptr<void> PersistenceArchiver::readNewObject(unsigned int expectedTy
       container.adopt(static_cast<std::uint32_t>(objects.size()), descriptor.object);
   descriptor.load(*this, descriptor);
   end_read_to_address(end);
-  return asClass(object, descriptor.typeId, expectedTypeId);
-}
-
-std::shared_ptr<void> PersistenceArchiver::asClass(const std::shared_ptr<void>& object,
-                                                   unsigned int typeId,
-                                                   unsigned int expectedTypeId) const {
-  void* address = object.get();
-  for (const Caster* caster : requireCasters(typeId, expectedTypeId)) {
-    address = caster->toBase(address);
-  }
-  return {object, address};
+  return asBase(object, casters);
 }
 
 std::vector<const Caster*> PersistenceArchiver::requireCasters(unsigned int typeId,

@@ -222,8 +222,6 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
                    unsigned int expectedTypeId);
   std::shared_ptr<void> readObject(unsigned int expectedTypeId);
   std::shared_ptr<void> readNewObject(unsigned int expectedTypeId);
-  std::shared_ptr<void> asClass(const std::shared_ptr<void>& object, unsigned int typeId,
-                                unsigned int expectedTypeId) const;
   std::vector<const Caster*> requireCasters(unsigned int typeId, unsigned int expectedTypeId) const;
   PointerMapContainerBase& containerOf(const BaseClassRegister& record);
 
