@@ -111,6 +111,9 @@ TEST(ArchivedClassesTest, MoreClassesThanFit) {
             "byte 24: a class table of 1 classes does not fit into the archive");
   EXPECT_EQ(refusalOf(changed(archive(""), 20, u32(0xFFFFFFFF))),
             "byte 24: a class table of 4294967295 classes does not fit into the archive");
+  // The shortest entry takes twelve bytes.
+  EXPECT_EQ(refusalOf(changed(archive("", {classEntry(7, "", 1)}), 20, u32(2))),
+            "byte 24: a class table of 2 classes does not fit into the archive");
 }
 
 TEST(ArchivedClassesTest, ANameThatIsCut) {

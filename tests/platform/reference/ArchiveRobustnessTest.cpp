@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <string>
@@ -133,10 +134,11 @@ TEST(ArchiveRobustnessTest, EveryPrefixThatPretendsToBeWholeIsRefused) {
 }
 
 TEST(ArchiveRobustnessTest, EveryChangeThatPretendsToBeRightIsRefusedOrRead) {
+  constexpr int kChanges[]{1, 2, 4, 8, 16, 32, 64, 128, 3, 85, 255};
   const std::string whole = sampleArchive();
   int refused = 0;
   for (std::size_t i = 0; i < whole.size() - 4; ++i) {
-    for (int change = 1; change < 256; ++change) {
+    for (const int change : kChanges) {
       std::string made = whole;
       made[i] = static_cast<char>(made[i] ^ change);
       made = repaired(made);
@@ -147,7 +149,7 @@ TEST(ArchiveRobustnessTest, EveryChangeThatPretendsToBeRightIsRefusedOrRead) {
   }
   // Both happen: another letter of a name is read.
   EXPECT_GT(refused, 0);
-  EXPECT_LT(refused, static_cast<int>(255 * whole.size()));
+  EXPECT_LT(refused, static_cast<int>(std::size(kChanges) * (whole.size() - 4)));
 }
 
 TEST(ArchiveRobustnessTest, AnyFourBytesCanPretendToBeAnyNumber) {
