@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <memory>
 #include <string>
-#include <utility>
+#include <vector>
 
 #include "tessaril/graph/ApplyGraph.h"
 #include "tests/persistence/AllocationWatch.h"
@@ -155,6 +158,30 @@ TEST_P(DamagedFilesTest, AChangeWithAChecksumIsRefusedOrRead) {
   // Among others, those of the size and the checksum, which are made good again.
   EXPECT_GE(readable, 8 * std::size(kChanges));
   EXPECT_LT(readable, whole.size() * std::size(kChanges));
+}
+
+TEST(DamagedContainerTest, ANumberOfElementsThatNeverComeClaimsNoMemory) {
+  constexpr std::uint32_t kElements = 10000;
+  for (const std::uint32_t claimed : {kElements, kElements + 1, 4 * kElements, 0xFFFFFFFFU}) {
+    TestSupport::HandMadeArchive bytes;
+    bytes.open("Path").number(claimed);
+    for (std::uint32_t i = 0; i < kElements; ++i) {
+      bytes.text("");
+    }
+    const std::string archive = bytes.close().with({{"Path", 1}});
+    PersistenceArchiver archiver(archive);
+    std::vector<Path> paths;
+    const AllocationWatch watch;
+    if (claimed == kElements) {
+      readContainer(archiver, paths);
+    } else {
+      EXPECT_THROW(readContainer(archiver, paths), ArchiveException);
+    }
+    EXPECT_LE(watch.largest(), kMemoryPerByte * archive.size());
+    if (claimed > 4 * kElements) {
+      EXPECT_EQ(paths.capacity(), 0U);
+    }
+  }
 }
 
 TEST(AllocationWatchTest, SeesTheLibraries) {

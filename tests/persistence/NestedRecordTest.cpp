@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "tessaril/module/ModuleState.h"
+#include "tessaril/module/ApplyModuleInsertInfo.h"
 #include "tessaril/persistence/ClassRegistration.h"
 #include "tessaril/persistence/NestedRecord.h"
 #include "tests/persistence/HandMadeArchive.h"
@@ -225,6 +225,20 @@ TEST(ContainerRecordTest, TheVectorBecomesAsLongAsTheContainer) {
     readContainer(archiver, entries);
     EXPECT_EQ(entries, expected) << before;
   }
+}
+
+TEST(ContainerRecordTest, ElementsThatAreThereAlreadyKeepWhatIsNotStored) {
+  PersistenceArchiver writer;
+  writeContainer(writer, std::vector<ApplyModuleInsertInfo>(2));
+  PersistenceArchiver reader(writer.finish());
+  std::vector<ApplyModuleInsertInfo> infos(1);
+  infos[0].setTransferChains(true);
+  infos[0].setInsertMode(ApplyModuleInsertInfo::MergeFork);
+  readContainer(reader, infos);
+  ASSERT_EQ(infos.size(), 2U);
+  EXPECT_TRUE(infos[0].getTransferChains());
+  EXPECT_EQ(infos[0].getInsertMode(), ApplyModuleInsertInfo::AddToChain);
+  EXPECT_FALSE(infos[1].getTransferChains());
 }
 
 TEST(ContainerRecordTest, AContainerOfNoneEmptiesTheVector) {
