@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -13,10 +14,11 @@
 #include "tests/persistence/HandMadeArchive.h"
 #include "tests/persistence/Records.h"
 
-// What an archiver does to ApplyModule that refuses its base class. The archiver's registerCaster()
-// is replaced by the one below: this program comes first where the loader looks for it. The
-// environment variable TESSARIL_REFUSED_CASTER names the call that it refuses, 1 or 2; without it
-// none. The program is run once for each.
+// What the library hands to the archiver while it is loaded, and what becomes of ApplyModule when
+// the archiver refuses its base class. Two of the archiver's operations are replaced by those
+// below: this program comes first where the loader looks for them. The environment variable
+// TESSARIL_REFUSED_CASTER names the call that it refuses, 1 or 2; without it none. The program is
+// run once for each.
 
 namespace Tessaril {
 namespace {
@@ -37,6 +39,14 @@ struct CasterCall {
 constinit std::array<CasterCall, 8> casterCalls{};
 constinit std::size_t casterCallCount = 0;
 
+struct FactoryCall {
+  unsigned int version;
+  BaseClassRegister record;
+};
+
+constinit std::array<FactoryCall, 8> factoryCalls{};
+constinit std::size_t factoryCallCount = 0;
+
 int refusedCall() {
   const char* number = std::getenv("TESSARIL_REFUSED_CASTER");
   return number != nullptr ? std::atoi(number) : 0;
@@ -50,6 +60,22 @@ unsigned int idOf() {
 }
 
 }  // namespace
+
+BaseClassRegister* PersistenceArchiver::registerFactory(const std::string& name,
+                                                        const BaseClassRegister& record,
+                                                        unsigned int version) {
+  if (name.starts_with("Apply") || name == "ModuleState") {
+    factoryCalls.at(factoryCallCount++) = {version, record};
+  }
+  // By its name in the library, since its name here is that of this function.
+  using Operation =
+      BaseClassRegister* (*)(const std::string&, const BaseClassRegister&, unsigned int);
+  void* const replaced = dlsym(
+      RTLD_NEXT,
+      "_ZN8Tessaril19PersistenceArchiver15registerFactoryERKNSt7__cxx1112basic_stringIcSt11char_"
+      "traitsIcESaIcEEERKNS_17BaseClassRegisterEj");
+  return reinterpret_cast<Operation>(replaced)(name, record, version);
+}
 
 bool PersistenceArchiver::registerCaster(unsigned int derivedId, unsigned int baseId,
                                          Caster* caster) {
@@ -97,6 +123,23 @@ std::string moduleRecord() {
       .ids({})
       .close()
       .with({{"ModuleState", 500001}, {"ApplyModuleInsertInfo", 500000}, {"Identifier", 1}});
+}
+
+TEST(ParentRegistrationTest, EachClassHandsInOneRecord) {
+  ASSERT_EQ(factoryCallCount, 4U);
+  for (std::size_t i = 0; i < factoryCallCount; ++i) {
+    const auto& [version, record] = factoryCalls[i];
+    EXPECT_EQ(record.typeId, 0U);
+    EXPECT_TRUE(record.enabled);
+    EXPECT_EQ(record.version, version);
+    EXPECT_EQ(record.registeredVersion, version);
+    EXPECT_EQ(record.object, nullptr);
+    EXPECT_NE(record.load, nullptr);
+    EXPECT_NE(record.save, nullptr);
+    EXPECT_NE(record.create, nullptr);
+    EXPECT_NE(record.dynamicType, nullptr);
+    EXPECT_NE(record.createContainer, nullptr);
+  }
 }
 
 TEST(ParentRegistrationTest, TwoCallsWithTheSamePairWhenTheLibraryIsLoaded) {
