@@ -47,10 +47,17 @@ bool nearlyEqual(double left, double right) {
   return std::abs(left - right) <= kTolerance * std::max({1.0, std::abs(left), std::abs(right)});
 }
 
+/// What is copied is not rounded: the teeth take it over, and are refused with anything else.
+bool isOfSameStatement(const GearData& left, const GearData& right) {
+  return left.profileShift == right.profileShift && left.boreDiameter == right.boreDiameter &&
+         left.material == right.material;
+}
+
 bool nearlyEqual(const Requirements& left, const Requirements& right) {
   const Parts ofLeft(left);
   const Parts ofRight(right);
-  return ofLeft.getTexts() == ofRight.getTexts() &&
+  return ofLeft.getTexts() == ofRight.getTexts() && isOfSameStatement(left.pinion, right.pinion) &&
+         isOfSameStatement(left.wheel, right.wheel) &&
          std::equal(ofLeft.getNumbers().begin(), ofLeft.getNumbers().end(),
                     ofRight.getNumbers().begin(),
                     [](double a, double b) { return nearlyEqual(a, b); });

@@ -202,6 +202,14 @@ TEST(RefusedDesigns, HoldRequirementsThatDoNotFollowFromTheirValues) {
   EXPECT_EQ(refusalOfRequirements([](Requirements& task) { task.centreDistance *= 1 + 1e-12; }),
             "opened")
       << "another build may round otherwise";
+  // Teeth are cut to these, and refused where they are not exactly those of a gear.
+  EXPECT_THAT(refusalOfRequirements([](Requirements& task) { task.wheel.boreDiameter = -1e-300; }),
+              HasSubstr(kRefusal));
+  EXPECT_THAT(refusalOfRequirements([](Requirements& task) { task.pinion.profileShift += 1e-12; }),
+              HasSubstr(kRefusal));
+  EXPECT_THAT(
+      refusalOfRequirements([](Requirements& task) { task.wheel.material.poissonRatio += 1e-12; }),
+      HasSubstr(kRefusal));
   EXPECT_THAT(refusalOfRequirements([](Requirements& task) { task.centreDistance *= 1 + 1e-6; }),
               HasSubstr(kRefusal));
   EXPECT_THAT(refusalOfRequirements([](Requirements& task) { task.pinion.teeth = 21; }),
