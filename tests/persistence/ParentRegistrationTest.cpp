@@ -11,6 +11,7 @@
 
 #include "tessaril/module/ApplyModule.h"
 #include "tessaril/persistence/ApplyModuleData.h"
+#include "tessaril/persistence/ClassRegistration.h"
 #include "tests/persistence/HandMadeArchive.h"
 #include "tests/persistence/Records.h"
 
@@ -90,6 +91,8 @@ bool PersistenceArchiver::registerCaster(unsigned int derivedId, unsigned int ba
 
 namespace {
 
+const std::size_t callsDuringLoad = casterCallCount;
+
 bool isSaveRefused() { return refusedCall() == 1; }
 bool isLoadRefused() { return refusedCall() == 2; }
 
@@ -143,7 +146,7 @@ TEST(ParentRegistrationTest, EachClassHandsInOneRecord) {
 }
 
 TEST(ParentRegistrationTest, TwoCallsWithTheSamePairWhenTheLibraryIsLoaded) {
-  ASSERT_EQ(casterCallCount, 2U);
+  ASSERT_EQ(callsDuringLoad, 2U);
   for (std::size_t i = 0; i < 2; ++i) {
     EXPECT_EQ(casterCalls[i].derivedId, typeIdOf("ApplyModule"));
     EXPECT_EQ(casterCalls[i].baseId, typeIdOf("ModuleState"));
@@ -194,6 +197,28 @@ TEST(ParentRegistrationTest, TheSecondCallDecidesAboutLoading) {
     EXPECT_TRUE(module.isActive());
     EXPECT_TRUE(module.isAdditionalModule());
   }
+}
+
+// Known under the name of its base class, and not by its own run-time type.
+struct Stray : ModuleState {
+  static void serialization_register(void* descriptor) {
+    ModuleState::serialization_register(descriptor);
+  }
+};
+struct BelowStray : Stray {
+  static void serialization_register(void* descriptor) {
+    *static_cast<BaseClassRegister*>(descriptor) =
+        *registerClass<BelowStray>("Test.BelowStray", 1, nullptr, nullptr);
+  }
+};
+
+TEST(ParentRegistrationTest, AClassWithoutATypeIdTakesThatOfTheOther) {
+  registerBaseClass<ModuleState, Stray>();
+  EXPECT_EQ(casterCalls.at(casterCallCount - 1).derivedId, typeIdOf("ModuleState"));
+  EXPECT_EQ(casterCalls.at(casterCallCount - 1).baseId, typeIdOf("ModuleState"));
+  registerBaseClass<Stray, BelowStray>();
+  EXPECT_EQ(casterCalls.at(casterCallCount - 1).derivedId, typeIdOf("Test.BelowStray"));
+  EXPECT_EQ(casterCalls.at(casterCallCount - 1).baseId, typeIdOf("Test.BelowStray"));
 }
 
 TEST(ParentRegistrationTest, TheOtherClassesDoNotMind) {
