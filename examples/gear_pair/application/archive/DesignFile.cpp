@@ -1,5 +1,6 @@
 #include "examples/gear_pair/application/archive/DesignFile.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -67,9 +68,7 @@ void readLinks(PersistenceArchiver& archiver, const std::shared_ptr<GearPairDesi
   root->removeChild(*design);
 }
 
-OpenedDesign readAll(std::string bytes) {
-  registerClasses();
-  PersistenceArchiver archiver(std::move(bytes));
+OpenedDesign readAll(PersistenceArchiver& archiver) {
   for (const ArchivedClass& archived : archiver.getClasses()) {
     requireReadable(archived);
   }
@@ -80,6 +79,28 @@ OpenedDesign readAll(std::string bytes) {
     refuse(objection);
   }
   return {std::move(design), archiver.getClasses(), {}};
+}
+
+/// The archiver says itself at which byte it refuses what it reads; others do not know.
+OpenedDesign readNamingThePlace(PersistenceArchiver& archiver) {
+  try {
+    return readAll(archiver);
+  } catch (const Tessaril::ArchiveException&) {
+    throw;
+  } catch (const std::exception& e) {
+    const auto byte = static_cast<std::streamoff>(archiver.tellp());
+    refuse("byte " + std::to_string(byte) + ": " + e.what());
+  }
+}
+
+/// A sentence that quotes the file may hold anything.
+std::string oneLine(std::string sentence) {
+  constexpr std::size_t kLongest = 500;
+  sentence.resize(std::min(sentence.size(), kLongest));
+  std::replace_if(
+      sentence.begin(), sentence.end(),
+      [](char c) { return static_cast<unsigned char>(c) < 0x20U || c == 0x7F; }, '?');
+  return sentence;
 }
 
 }  // namespace
@@ -100,9 +121,11 @@ bool isSavedDesign(std::string_view bytes) {
 
 OpenedDesign openDesign(std::string bytes) {
   try {
-    return readAll(std::move(bytes));
+    registerClasses();
+    PersistenceArchiver archiver(std::move(bytes));
+    return readNamingThePlace(archiver);
   } catch (const std::exception& e) {
-    throw DesignFileError(e.what());
+    throw DesignFileError(oneLine(e.what()));
   }
 }
 
@@ -121,7 +144,7 @@ OpenedDesign openDesignFile(const std::filesystem::path& file) {
     opened.file = file;
     return opened;
   } catch (const DesignFileError& e) {
-    throw DesignFileError(excerpt(file.string()) + ": " + e.what());
+    throw DesignFileError(file.string() + ": " + e.what());
   }
 }
 
