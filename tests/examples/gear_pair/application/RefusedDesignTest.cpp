@@ -358,6 +358,34 @@ TEST(RefusedDesigns, HaveLinksInACircle) {
   EXPECT_EQ(refusalOf(bytes), "the requirements does not stand where it belongs in a design");
 }
 
+TEST(RefusedDesigns, ReferToValuesThatAreNotThere) {
+  Tessaril::PersistenceArchiver written;
+  ValueWriter(written).write(Shared<Point>(std::make_shared<const Point>(Point{1.0, 2.0})));
+  written << 1U << 1U << 0U << 3U;
+  Tessaril::PersistenceArchiver archive(written.finish());
+  ValueReader reader(archive);
+  Shared<Point> point;
+  Shared<Point> again;
+  Shared<RootSection> section;
+  reader.read(point);
+  reader.read(again);
+  EXPECT_EQ(again, point);
+  EXPECT_THROW(reader.read(section), Tessaril::ArchiveException) << "number 1 is a point";
+  EXPECT_THROW(reader.read(again), Tessaril::ArchiveException) << "numbers begin at 1";
+  EXPECT_THROW(reader.read(again), Tessaril::ArchiveException) << "number 2 would be the next";
+  EXPECT_EQ(section, nullptr);
+}
+
+TEST(RefusedDesigns, AreQuotedInOneLineWithThePlace) {
+  std::string bytes = freshBytes();
+  const std::size_t name = bytes.find("drawing");
+  ASSERT_NE(name, std::string::npos);
+  bytes[name] = '\n';
+  bytes[name + 1] = '/';
+  EXPECT_THAT(refusalOf(repaired(bytes)),
+              testing::MatchesRegex("byte [0-9]+: \"\\?/awing\" cannot be the name of an object"));
+}
+
 struct Nested {
   std::string text;
   std::vector<int> numbers;
