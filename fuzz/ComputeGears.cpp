@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "examples/gear_pair/application/archive/Objections.h"
 #include "examples/gear_pair/calculation/CutterRack.h"
 #include "examples/gear_pair/calculation/DesignInput.h"
 #include "examples/gear_pair/calculation/Drawing.h"
@@ -82,6 +83,9 @@ void compute(const DesignInput& input) {
     const Mesh mesh = computeMesh(requirements, pinion, wheel);
     const Strength strength = computeStrength(requirements, pinion, wheel, mesh);
     checkNumbers(mesh, strength);
+    check(objectionTo(requirements).empty() && objectionTo(pinion).empty() &&
+              objectionTo(wheel).empty(),
+          "what is computed can be saved and opened again");
     const ManufacturingPlan plan = computeManufacturingPlan(requirements, pinion, wheel);
     drawPair(requirements, pinion, wheel, mesh);
     drawCutterRack(computeCutterRack(requirements));
