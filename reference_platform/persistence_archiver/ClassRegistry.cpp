@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <deque>
 #include <mutex>
-#include <unordered_set>
 
 #include "tessaril/platform/persistence_archiver/ArchiveException.h"
 #include "tessaril/platform/persistence_archiver/PersistenceArchiver.h"
@@ -52,9 +51,21 @@ std::string ClassRegistry::nameOf(unsigned int typeId) const {
 
 void ClassRegistry::addHash(unsigned int hash, unsigned int typeId) {
   const std::unique_lock lock(mutex);
-  if (typeIdsByHash.try_emplace(hash, typeId).first->second != typeId) {
-    throw ArchiveException("Two run-time types have the same hash " + std::to_string(hash));
+  const auto known = typeIdsByHash.find(hash);
+  if (known != typeIdsByHash.end()) {
+    if (known->second != typeId) {
+      throw ArchiveException("Two run-time types have the same hash " + std::to_string(hash));
+    }
+    return;
   }
+  if (typeIdsWithHash.contains(typeId)) {
+    const auto factory = factories.find(typeId);
+    throw ArchiveException("Two run-time types are registered as the class \"" +
+                           (factory != factories.end() ? factory->second.name : std::string()) +
+                           "\"; one needs another name");
+  }
+  typeIdsByHash.emplace(hash, typeId);
+  typeIdsWithHash.insert(typeId);
 }
 
 unsigned int ClassRegistry::typeOfHash(unsigned int hash) const {

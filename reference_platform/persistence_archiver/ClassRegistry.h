@@ -5,6 +5,7 @@
 #include <shared_mutex>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -45,6 +46,7 @@ class ClassRegistry {
   /// By type id. The records keep their addresses.
   std::unordered_map<unsigned int, Factory> factories;
   std::unordered_map<unsigned int, unsigned int> typeIdsByHash;
+  std::unordered_set<unsigned int> typeIdsWithHash;
   /// By the derived class.
   std::unordered_map<unsigned int, Bases> basesOf;
 };

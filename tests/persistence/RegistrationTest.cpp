@@ -290,6 +290,15 @@ TEST(RegisterClassTest, WhatTheArchiverRefusesCanBeTriedAgain) {
   EXPECT_EQ(record, PersistenceArchiver::findFactory("Test.Stubborn"));
 }
 
+TEST(RegisterClassTest, TwoClassesCannotHaveOneName) {
+  struct One : Plain {};
+  struct Other : Plain {};
+  registerClass<One>("Test.One", 1, Plain::load, Plain::save);
+  EXPECT_THROW(registerClass<Other>("Test.One", 1, Plain::load, Plain::save), ArchiveException);
+  EXPECT_EQ(ClassOperations<Other>::dynamicType(std::make_unique<Other>().get()),
+            BaseClassRegister::kNoType);
+}
+
 TEST(RegisterClassTest, ObjectsAreMadeByWhatTheClassHandsIn) {
   struct Named : Plain {
     explicit Named(int start) : value(start) {}

@@ -185,6 +185,17 @@ TEST(ClassRegistrationTest, AHashLeadsToOneTypeId) {
   EXPECT_EQ(PersistenceArchiver::getHashForType(hash), first);
 }
 
+// The operations of one class would be called for objects of the other.
+TEST(ClassRegistrationTest, ATypeIdHasOneHash) {
+  const unsigned int first = PersistenceArchiver::getHashForName("first type of one class");
+  const unsigned int second = PersistenceArchiver::getHashForName("second type of one class");
+  const unsigned int typeId = registerName("Class of one type")->typeId;
+  PersistenceArchiver::registerHash(first, typeId);
+  EXPECT_THROW(PersistenceArchiver::registerHash(second, typeId), ArchiveException);
+  EXPECT_EQ(PersistenceArchiver::getHashForType(second), kNoType);
+  EXPECT_EQ(PersistenceArchiver::getHashForType(first), typeId);
+}
+
 TEST(ClassRegistrationTest, TellsTheVersionThatIsWritten) {
   EXPECT_EQ(PersistenceArchiver::getCurrentVersion(registerName("Of version 42", 42)->typeId), 42U);
 }

@@ -436,6 +436,15 @@ TEST(ReferenceRegistrationTest, AnotherTypeForAHash) {
             "Two run-time types have the same hash 4711");
 }
 
+TEST(ReferenceRegistrationTest, AnotherHashForAType) {
+  const unsigned int typeId =
+      PersistenceArchiver::registerFactory("Of one type", descriptorOf<Object>(), 1)->typeId;
+  PersistenceArchiver::registerHash(4713, typeId);
+  EXPECT_EQ(refusal([&] { PersistenceArchiver::registerHash(4714, typeId); }),
+            "Two run-time types are registered as the class \"Of one type\"; one needs another "
+            "name");
+}
+
 TEST(ReferenceRegistrationTest, TheVersionOfClassesWithoutOneOfTheirOwn) {
   EXPECT_EQ(PersistenceArchiver::getCurrentVersion(0), 500002U);
 }
