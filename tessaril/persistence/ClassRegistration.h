@@ -27,6 +27,10 @@ namespace Tessaril {
 /// objects are made by T's default constructor, if it has one. BaseClassRegister::kNoVersion stands
 /// for the archiver's current version. What the archiver throws passes on, and the next call tries
 /// again. Any thread.
+///
+/// The run-time class of an object is found by the name of its type. Unnamed namespaces can
+/// hold several of one name, which nothing tells apart: let T, and what derives from it, stand in
+/// named ones.
 template <typename T>
 BaseClassRegister* registerClass(const std::string& name, unsigned int version,
                                  BaseClassRegister::Operation load,
