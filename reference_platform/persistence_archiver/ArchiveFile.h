@@ -27,7 +27,7 @@ TESSARIL_PLATFORM_EXPORT std::string readFile(const std::filesystem::path& file)
 /// link stays, and what it leads to is replaced or made; so do the permissions. The owner is who
 /// saves, and another hard link keeps the old contents. When it fails the new file is removed; a
 /// process that is killed leaves it, named after the file with a dot in front and eight letters
-/// behind. Refused: what is write-protected, and what is no regular file, as a device.
+/// or digits behind. Refused: what is write-protected, and what is no regular file, as a device.
 TESSARIL_PLATFORM_EXPORT void replaceFile(const std::filesystem::path& file,
                                           std::string_view contents);
 
