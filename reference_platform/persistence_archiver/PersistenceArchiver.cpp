@@ -3,6 +3,7 @@
 #include <cxxabi.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstdlib>
 #include <limits>
@@ -66,6 +67,18 @@ std::shared_ptr<void> asBase(const std::shared_ptr<void>& object,
     address = caster->toBase(address);
   }
   return {object, address};
+}
+
+/// The archived class as this program knows it, with the version that was written.
+BaseClassRegister recordOf(const ArchivedClass& archived) {
+  BaseClassRegister record;
+  if (const BaseClassRegister* known = PersistenceArchiver::findFactory(archived.name)) {
+    record = *known;
+  } else {
+    record.typeId = archived.typeId;
+  }
+  record.version = archived.version;
+  return record;
 }
 
 std::string quotedName(unsigned int typeId) {
@@ -201,14 +214,7 @@ void PersistenceArchiver::readClassTable() {
   for (std::uint32_t i = 0; i < count; ++i) {
     ArchivedClass archived;
     *this >> archived.typeId >> archived.name >> archived.version;
-    BaseClassRegister record;
-    if (const BaseClassRegister* known = findFactory(archived.name)) {
-      record = *known;
-    } else {
-      record.typeId = archived.typeId;
-    }
-    record.version = archived.version;
-    if (!classTable.try_emplace(archived.typeId, record).second) {
+    if (!classTable.try_emplace(archived.typeId, recordOf(archived)).second) {
       refuse("the class table names two classes with the type id " +
              std::to_string(archived.typeId));
     }
@@ -460,10 +466,7 @@ std::shared_ptr<void> PersistenceArchiver::readNewObject(unsigned int expectedTy
   unsigned int typeHash = 0;
   read_to_address_header(start, end);
   *this >> typeHash;
-  BaseClassRegister descriptor;
-  if (const BaseClassRegister* archived = findClass(typeHash)) {
-    descriptor = *archived;
-  }
+  BaseClassRegister descriptor = classOfObject(typeHash);
   if (!canBeRead(descriptor)) {
     refuseAt(start, "this program cannot make an object of the class " + archivedName(typeHash));
   }
@@ -480,6 +483,19 @@ std::shared_ptr<void> PersistenceArchiver::readNewObject(unsigned int expectedTy
   descriptor.load(*this, descriptor);
   end_read_to_address(end);
   return asBase(object, casters);
+}
+
+BaseClassRegister PersistenceArchiver::classOfObject(unsigned int typeHash) {
+  const auto found = classTable.find(typeHash);
+  if (found == classTable.end()) {
+    return {};
+  }
+  const ArchivedClass* const archived = archivedClass(typeHash);
+  if (!canBeRead(found->second) && archived != nullptr) {
+    // It may have been registered since the archive was opened.
+    found->second = recordOf(*archived);
+  }
+  return found->second;
 }
 
 std::vector<const Caster*> PersistenceArchiver::requireCasters(unsigned int typeId,
@@ -502,13 +518,17 @@ PointerMapContainerBase& PersistenceArchiver::containerOf(const BaseClassRegiste
 
 // Errors
 
+const ArchivedClass* PersistenceArchiver::archivedClass(unsigned int typeHash) const {
+  const auto found =
+      std::find_if(classes.begin(), classes.end(),
+                   [&](const ArchivedClass& archived) { return archived.typeId == typeHash; });
+  return found != classes.end() ? &*found : nullptr;
+}
+
 std::string PersistenceArchiver::archivedName(unsigned int typeHash) const {
-  for (const ArchivedClass& archived : classes) {
-    if (archived.typeId == typeHash) {
-      return '"' + archived.name + '"';
-    }
-  }
-  return "of the unknown type id " + std::to_string(typeHash);
+  const ArchivedClass* const archived = archivedClass(typeHash);
+  return archived != nullptr ? '"' + archived->name + '"'
+                             : "of the unknown type id " + std::to_string(typeHash);
 }
 
 void PersistenceArchiver::requireMode(Mode required) const {

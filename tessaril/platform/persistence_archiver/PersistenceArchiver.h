@@ -237,6 +237,8 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   void openBlock(unsigned int address);
   void readHead();
   void readClassTable();
+  BaseClassRegister classOfObject(unsigned int typeHash);
+  const ArchivedClass* archivedClass(unsigned int typeHash) const;
   std::string archivedName(unsigned int typeHash) const;
   [[noreturn]] void refuse(const std::string& why) const;
   [[noreturn]] static void refuseAt(std::size_t place, const std::string& why);

@@ -9,6 +9,7 @@
 #include "tessaril/platform/identifiers/Identifier.h"
 #include "tessaril/platform/parameterization/Object.h"
 #include "tessaril/platform/parameterization/Path.h"
+#include "tessaril/platform/persistence_archiver/ClassOperations.h"
 #include "tessaril/platform/persistence_archiver/PersistenceArchiver.h"
 #include "tests/platform/persistence_archiver/StoredClass.h"
 #include "tests/platform/reference/ArchiveBytes.h"
@@ -129,6 +130,40 @@ TEST(ArchiveFormatTest, AnArchiveOfATree) {
             "01 00 00 00 "                                                  // 1 class
             "da 64 8e e5 06 00 00 00 4f 62 6a 65 63 74 01 00 00 00 "        // "Object", version 1
             "96 6c 25 95");                                                 // checksum
+}
+
+/// Registered by no other test.
+struct LateClass {
+  static void serialization_register(void* descriptor) {
+    BaseClassRegister record = ClassOperations<LateClass>::makeRecord();
+    record.load = [](PersistenceArchiver& archiver, BaseClassRegister& target) {
+      auto& object = *static_cast<LateClass*>(target.object);
+      archiver >> object.value;
+      object.version = target.version;
+    };
+    record.save = [](PersistenceArchiver&, BaseClassRegister&) {};
+    *static_cast<BaseClassRegister*>(descriptor) =
+        *PersistenceArchiver::registerFactory("Test.LateClass", record, 7);
+  }
+
+  unsigned int value = 0;
+  unsigned int version = 0;
+};
+
+TEST(ArchiveFormatTest, AClassCanBeRegisteredWhenTheArchiveIsOpenAlready) {
+  const std::string body = u32(1) + block(kHeadSize + 4, typeId("Test.LateClass"), u32(42));
+  PersistenceArchiver archiver(archive(body, {classEntry("Test.LateClass", 3)}));
+  ASSERT_EQ(PersistenceArchiver::findFactory("Test.LateClass"), nullptr);
+  const auto object = archiver.readShared<LateClass>();
+  EXPECT_EQ(object->value, 42U);
+  EXPECT_EQ(object->version, 3U);
+  EXPECT_EQ(archiver.findClass(typeId("Test.LateClass"))->registeredVersion, 7U);
+}
+
+TEST(ArchiveFormatTest, TheServicesOwnClassesAreKnownBeforeTheirFirstUse) {
+  for (const char* name : {"Identifier", "Object", "Path"}) {
+    EXPECT_NE(PersistenceArchiver::findFactory(name), nullptr) << name;
+  }
 }
 
 TEST(ArchiveFormatTest, TypeIdsAreHashesOfNames) {

@@ -24,13 +24,10 @@ using Tessaril::PersistenceArchiver;
 
 [[noreturn]] void refuse(const std::string& why) { throw Tessaril::ArchiveException(why); }
 
-/// Before an archive is opened: it looks up then the classes that it names.
+/// So that the classes of an archive can be asked for before any of its objects is read.
 void registerClasses() {
   Tessaril::registeredTypeId<GearPairDesign>();
   Tessaril::registeredTypeId<DesignModule>();
-  Tessaril::registeredTypeId<Tessaril::Object>();
-  Tessaril::registeredTypeId<Tessaril::Path>();
-  Tessaril::registeredTypeId<Tessaril::Identifier>();
 }
 
 void requireReadable(const ArchivedClass& archived) {
