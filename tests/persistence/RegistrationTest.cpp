@@ -1,10 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstddef>
+#include <functional>
+#include <latch>
 #include <memory>
 #include <new>
 #include <set>
+#include <string>
+#include <thread>
 #include <type_traits>
+#include <vector>
 
 #include "tessaril/module/ApplyModule.h"
 #include "tessaril/persistence/ApplyModuleData.h"
@@ -189,6 +195,48 @@ TEST(DynamicTypeTest, ADerivedClassThatIsNot) {
             0xBBAFA6C8U);
   EXPECT_EQ(describe<ModuleState>(module).dynamicType(static_cast<const ModuleState*>(&module)),
             0xBBAFA6C8U);
+}
+
+// Each thread has an archive and objects of its own; what is known of the classes is there for all.
+TEST(DynamicTypeTest, ManyThreadsSaveAndLoadAtATime) {
+  struct Sprocket : ApplyModule {
+    static void serialization_register(void* descriptor) {
+      *static_cast<BaseClassRegister*>(descriptor) = *registerClass<Sprocket>(
+          "Test.Sprocket", 1,
+          [](PersistenceArchiver& archiver, BaseClassRegister& target) {
+            readNested<ApplyModule>(archiver, *static_cast<Sprocket*>(target.object));
+          },
+          [](PersistenceArchiver& archiver, BaseClassRegister& source) {
+            writeNested<ApplyModule>(archiver, *static_cast<Sprocket*>(source.object));
+          });
+    }
+  };
+  std::latch start(4);
+  const auto saveAndLoad = [&start](std::string& archive) {
+    const std::shared_ptr<ModuleState> module = std::make_shared<Sprocket>();
+    const auto sprocket = std::make_shared<Sprocket>();
+    start.arrive_and_wait();
+    EXPECT_TRUE((registerBaseClass<ApplyModule, Sprocket>()));
+    PersistenceArchiver writer;
+    writer.writeShared(sprocket);
+    writer.writeShared(module);
+    archive = writer.finish();
+    PersistenceArchiver reader(archive);
+    EXPECT_NE(reader.readShared<Sprocket>(), nullptr);
+    EXPECT_NE(std::dynamic_pointer_cast<Sprocket>(reader.readShared<ModuleState>()), nullptr);
+    reader.requireEnd();
+  };
+  std::array<std::string, 4> archives;
+  std::vector<std::thread> threads;
+  for (std::string& archive : archives) {
+    threads.emplace_back(saveAndLoad, std::ref(archive));
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  for (const std::string& archive : archives) {
+    EXPECT_EQ(archive, archives[0]);
+  }
 }
 
 TEST(BaseRelationTest, AModuleIsStoredThroughPointersToItsState) {
