@@ -71,7 +71,8 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   /// BaseClassRegister::kNoType for none.
   static unsigned int getHashForType(unsigned int hash);
   /// Makes the hash of a run-time type name lead to a type id. Throws ArchiveException when it
-  /// leads to another one already.
+  /// leads to another one already, and when another hash leads to that one: of two run-time types
+  /// under one name, each would be stored by the operations of the first.
   static void registerHash(unsigned int hash, unsigned int typeId);
   /// Makes known that one class derives from another. Takes the caster over in every case. False,
   /// and nothing is known, when the caster is null or the two are not two registered classes. True
