@@ -490,10 +490,11 @@ BaseClassRegister PersistenceArchiver::classOfObject(unsigned int typeHash) {
   if (found == classTable.end()) {
     return {};
   }
-  const ArchivedClass* const archived = archivedClass(typeHash);
-  if (!canBeRead(found->second) && archived != nullptr) {
+  if (!canBeRead(found->second)) {
     // It may have been registered since the archive was opened.
-    found->second = recordOf(*archived);
+    if (const ArchivedClass* const archived = archivedClass(typeHash)) {
+      found->second = recordOf(*archived);
+    }
   }
   return found->second;
 }
