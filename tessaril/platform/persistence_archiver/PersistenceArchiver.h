@@ -39,10 +39,10 @@ struct ArchivedClass {
 /// All of an archive is in memory; it is smaller than 4 GiB.
 ///
 /// Reading checks every step against the end of the innermost open block: what is cut, damaged or
-/// made up ends in an ArchiveException that names the byte, never in a read beyond the archive, and
-/// never in memory that the archive's own bytes do not account for. An archive in which something
-/// has thrown is of no further use: throw it away, and what was read from it. Using an archive the
-/// wrong way round is a std::logic_error.
+/// made up ends in an ArchiveException that names the byte, or in what load operations refuse,
+/// never in a read beyond the archive, and never in memory that the archive's own bytes do not
+/// account for. An archive in which something has thrown is of no further use: throw it away, and
+/// what was read from it. Using an archive the wrong way round is a std::logic_error.
 ///
 /// One thread at a time uses an archive. The registration may be used from all threads, and during
 /// static initialisation of any library, in any order. Nothing is ever unregistered: a library that
