@@ -1,0 +1,335 @@
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "tessaril/graph/ApplyGraph.h"
+#include "tessaril/graph/ModuleNumbers.h"
+#include "tessaril/graph/ReadyOrder.h"
+#include "tessaril/module/ApplyModule.h"
+
+// The ordered traversals
+//
+// 1. Find the modules that the traversal belongs to, number them, and hold them. The links along
+//    which the traversal goes are followed once, and kept as numbers.
+// 2. Take the first entry of the queue whose module is ready (see ReadyOrder), call back, mark the
+//    module visited and append its neighbours.
+// 3. A module that is not ready watches one unvisited neighbour that it waits for. When that one is
+//    visited, the search for another one goes on where it had stopped: every link is looked at once.
+
+namespace Tessaril {
+namespace {
+
+using ModulePtr = std::shared_ptr<ApplyModule>;
+using Links = std::vector<std::weak_ptr<ApplyModule>>;
+using LinksOf = const Links& (ApplyModule::*)() const;
+using Number = ModuleNumbers::Number;
+
+constexpr Number kNone = ModuleNumbers::kNone;
+
+class Traversal {
+ public:
+  /// `onward`: the links along which the traversal goes; `waitsFor`: the others.
+  Traversal(LinksOf onward, LinksOf waitsFor) : onwardLinks(onward), waitLinks(waitsFor) {}
+
+  Number add(const ModulePtr& module) {
+    const Number number = numbers.add(module).first;
+    nodes.resize(numbers.size());
+    return number;
+  }
+
+  /// The traversal's scope: the module and all that is reached from it onwards, not beyond `stop`.
+  void setScope(Number from, Number stop) {
+    for (const Number number : reach(from, stop, onwardLinks, true)) {
+      nodes[number].isInScope = true;
+    }
+    nodes[from].isInScope = true;
+  }
+
+  /// What is reached from a module, that one included only when a circle leads back to it.
+  std::vector<Number> reachOnward(Number from) { return reach(from, kNone, onwardLinks, false); }
+  std::vector<Number> reachBackward(Number from, Number stop) {
+    return reach(from, stop, waitLinks, false);
+  }
+
+  void push(Number number, bool flag) {
+    Node& node = nodes[number];
+    if (node.state == State::Visited) {
+      return;
+    }
+    if (node.state == State::Unknown) {
+      lookForUnvisited(number);
+    }
+    order.push(number, flag, node.state == State::Ready);
+  }
+
+  std::optional<ReadyOrder::Taken> take() { return order.take(); }
+
+  void setVisited(Number number) {
+    nodes[number].state = State::Visited;
+    lastVisited = number;
+    for (Number waiting = std::exchange(nodes[number].firstWatcher, kNone); waiting != kNone;) {
+      const Number next = nodes[waiting].nextWatcher;
+      if (lookForUnvisited(waiting)) {
+        order.setReady(waiting);
+      }
+      waiting = next;
+    }
+  }
+
+  const ModulePtr& module(Number number) const { return numbers[number]; }
+
+  /// Calls `use` with the number of every neighbour onwards that has one.
+  template <typename Use>
+  void forOnward(Number number, const Use& use) {
+    if (const std::size_t begin = nodes[number].onwardBegin; begin != kNotFollowed) {
+      // By index: `use` may follow other links.
+      for (std::size_t i = begin; i < nodes[number].onwardEnd; ++i) {
+        use(onwardNumbers[i]);
+      }
+      return;
+    }
+    for (const auto& link : (*numbers[number].*onwardLinks)()) {
+      const ModulePtr neighbour = link.lock();
+      if (const Number found = neighbour != nullptr ? numbers.find(neighbour.get()) : kNone;
+          found != kNone) {
+        use(found);
+      }
+    }
+  }
+
+ private:
+  enum class State : std::uint8_t { Unknown, Waiting, Ready, Visited };
+  static constexpr std::size_t kNotFollowed = static_cast<std::size_t>(-1);
+
+  struct Node {
+    std::size_t onwardBegin = kNotFollowed;
+    std::size_t onwardEnd = 0;
+    /// Where the search for an unvisited neighbour goes on.
+    std::uint32_t searched = 0;
+    /// The modules that watch this one.
+    Number firstWatcher = kNone;
+    Number nextWatcher = kNone;
+    bool isInScope = false;
+    State state = State::Unknown;
+  };
+
+  std::vector<Number> reach(Number from, Number stop, LinksOf links, bool keepsLinks) {
+    std::vector<Number> reached;
+    std::vector<bool> seen(nodes.size());
+    Number next = from;
+    for (std::size_t done = 0;; ++done) {
+      follow(next, links, keepsLinks, [&](Number number) {
+        if (number >= seen.size()) {
+          seen.resize(2 * number + 2);
+        }
+        if (!seen[number]) {
+          seen[number] = true;
+          reached.push_back(number);
+        }
+      });
+      while (done < reached.size() &&
+             (reached[done] == stop || (keepsLinks && wasFollowed(reached[done])))) {
+        ++done;
+      }
+      if (done >= reached.size()) {
+        return reached;
+      }
+      next = reached[done];
+    }
+  }
+
+  bool wasFollowed(Number number) const { return nodes[number].onwardBegin != kNotFollowed; }
+
+  template <typename Use>
+  void follow(Number number, LinksOf links, bool keepsLinks, const Use& use) {
+    const std::size_t begin = onwardNumbers.size();
+    for (const auto& link : (*numbers[number].*links)()) {
+      if (ModulePtr neighbour = link.lock()) {
+        const auto [found, isNew] = numbers.add(std::move(neighbour));
+        if (isNew) {
+          nodes.emplace_back();
+        }
+        if (keepsLinks) {
+          onwardNumbers.push_back(found);
+        }
+        use(found);
+      }
+    }
+    if (keepsLinks) {
+      nodes[number].onwardBegin = begin;
+      nodes[number].onwardEnd = onwardNumbers.size();
+    }
+  }
+
+  /// Goes on with the search of a module for an unvisited neighbour in scope. True when there is
+  /// none left: the module is ready. Otherwise the module watches the neighbour.
+  bool lookForUnvisited(Number number) {
+    Node& node = nodes[number];
+    const Links& links = (*numbers[number].*waitLinks)();
+    for (; node.searched < links.size(); ++node.searched) {
+      const ModulePtr neighbour = links[node.searched].lock();
+      if (neighbour == nullptr ||
+          (lastVisited != kNone && neighbour == numbers[lastVisited])) {
+        continue;
+      }
+      const Number found = numbers.find(neighbour.get());
+      if (found != kNone && nodes[found].isInScope && nodes[found].state != State::Visited) {
+        node.nextWatcher = std::exchange(nodes[found].firstWatcher, number);
+        node.state = State::Waiting;
+        return false;
+      }
+    }
+    node.state = State::Ready;
+    return true;
+  }
+
+  LinksOf onwardLinks;
+  LinksOf waitLinks;
+  ModuleNumbers numbers;
+  std::vector<Node> nodes;
+  /// The neighbours onwards of the modules whose links were followed, one module after the other.
+  std::vector<Number> onwardNumbers;
+  ReadyOrder order;
+  Number lastVisited = kNone;
+};
+
+Traversal forwards() {
+  return {&ApplyModule::getNextApplyModules, &ApplyModule::getPreviousApplyModules};
+}
+
+/// The modules of a list, to be asked by number.
+class NumberSet {
+ public:
+  NumberSet() = default;
+  explicit NumberSet(const std::vector<Number>& members) {
+    for (const Number member : members) {
+      insert(member);
+    }
+  }
+  void insert(Number number) {
+    if (number >= isMember.size()) {
+      isMember.resize(number + 1);
+    }
+    isMember[number] = true;
+  }
+  bool contains(Number number) const { return number < isMember.size() && isMember[number]; }
+
+ private:
+  std::vector<bool> isMember;
+};
+
+}  // namespace
+
+void ApplyGraph::forSemanticOrderedModuleRange(std::function<void(ModulePtr)> callback,
+                                               ModulePtr start, ModulePtr end) {
+  if (start == nullptr) {
+    return;
+  }
+  Traversal traversal = forwards();
+  const Number first = traversal.add(start);
+  const Number last = end != nullptr ? traversal.add(end) : kNone;
+  traversal.setScope(first, last);
+  NumberSet allowed;
+  if (end != nullptr) {
+    allowed = NumberSet(traversal.reachBackward(last, first));
+    allowed.insert(last);
+  }
+  traversal.push(first, false);
+  while (const auto taken = traversal.take()) {
+    callback(traversal.module(taken->module));
+    traversal.setVisited(taken->module);
+    traversal.forOnward(taken->module, [&](Number next) {
+      if (end == nullptr || allowed.contains(next)) {
+        traversal.push(next, false);
+      }
+    });
+  }
+}
+
+void ApplyGraph::forSemanticOrderedModuleFullRange(std::function<bool(ModulePtr, bool)> callback,
+                                                   ModulePtr start, ModulePtr end) {
+  if (start == nullptr) {
+    return;
+  }
+  Traversal traversal = forwards();
+  const Number first = traversal.add(start);
+  const Number last = end != nullptr ? traversal.add(end) : kNone;
+  traversal.setScope(first, last);
+  NumberSet beyond;
+  NumberSet needed;
+  if (end != nullptr) {
+    beyond = NumberSet(traversal.reachOnward(last));
+    needed = NumberSet(traversal.reachBackward(last, first));
+    needed.insert(last);
+  }
+  traversal.push(first, false);
+  while (const auto taken = traversal.take()) {
+    traversal.setVisited(taken->module);
+    if (!callback(traversal.module(taken->module), taken->flag)) {
+      continue;
+    }
+    traversal.forOnward(taken->module, [&](Number next) {
+      if (!beyond.contains(next)) {
+        traversal.push(next, taken->flag || (end != nullptr && !needed.contains(next)));
+      }
+    });
+  }
+}
+
+void ApplyGraph::forSemanticOrderedPreviousModules(std::function<bool(ModulePtr)> callback,
+                                                   ModulePtr module) {
+  if (module == nullptr) {
+    return;
+  }
+  Traversal traversal(&ApplyModule::getPreviousApplyModules, &ApplyModule::getNextApplyModules);
+  const Number first = traversal.add(module);
+  traversal.setScope(first, kNone);
+  traversal.push(first, false);
+  while (const auto taken = traversal.take()) {
+    traversal.setVisited(taken->module);
+    if (taken->module == first || callback(traversal.module(taken->module))) {
+      traversal.forOnward(taken->module,
+                          [&](Number previous) { traversal.push(previous, false); });
+    }
+  }
+}
+
+// The single step keeps nothing between two calls, for the queue is the caller's own: it looks at
+// every waiting entry again.
+
+namespace {
+
+bool hasToWait(const ApplyModule& module, const ApplyGraph::ModuleSet& visited,
+               const ApplyGraph::ModuleSet& scope) {
+  const Links& links = module.getPreviousApplyModules();
+  return std::any_of(links.begin(), links.end(), [&](const std::weak_ptr<ApplyModule>& link) {
+    const ModulePtr neighbour = link.lock();
+    return neighbour != nullptr && !visited.contains(neighbour) && scope.contains(neighbour);
+  });
+}
+
+}  // namespace
+
+ModulePtr ApplyGraph::getNextModuleInOrder(ModuleQueue& queue, const ModuleSet& visited,
+                                           const ModuleSet& scope) {
+  std::vector<ModulePtr> waiting;
+  while (!queue.empty()) {
+    ModulePtr module = std::move(queue.front());
+    queue.pop();
+    if (module == nullptr || visited.contains(module)) {
+      continue;
+    }
+    if (hasToWait(*module, visited, scope)) {
+      waiting.push_back(std::move(module));
+      continue;
+    }
+    for (ModulePtr& deferred : waiting) {
+      queue.push(std::move(deferred));
+    }
+    return module;
+  }
+  return nullptr;
+}
+
+}  // namespace Tessaril
