@@ -15,7 +15,8 @@
 // 2. Take the first entry of the queue whose module is ready (see ReadyOrder), call back, mark the
 //    module visited and append its neighbours.
 // 3. A module that is not ready watches one unvisited neighbour that it waits for. When that one is
-//    visited, the search for another one goes on where it had stopped: every link is looked at once.
+//    visited, the search for another one goes on where it had stopped: every link is looked at
+//    once.
 
 namespace Tessaril {
 namespace {
@@ -169,8 +170,7 @@ class Traversal {
     const Links& links = (*numbers[number].*waitLinks)();
     for (; node.searched < links.size(); ++node.searched) {
       const ModulePtr neighbour = links[node.searched].lock();
-      if (neighbour == nullptr ||
-          (lastVisited != kNone && neighbour == numbers[lastVisited])) {
+      if (neighbour == nullptr || (lastVisited != kNone && neighbour == numbers[lastVisited])) {
         continue;
       }
       const Number found = numbers.find(neighbour.get());
@@ -289,8 +289,7 @@ void ApplyGraph::forSemanticOrderedPreviousModules(std::function<bool(ModulePtr)
   while (const auto taken = traversal.take()) {
     traversal.setVisited(taken->module);
     if (taken->module == first || callback(traversal.module(taken->module))) {
-      traversal.forOnward(taken->module,
-                          [&](Number previous) { traversal.push(previous, false); });
+      traversal.forOnward(taken->module, [&](Number previous) { traversal.push(previous, false); });
     }
   }
 }

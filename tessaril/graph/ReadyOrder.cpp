@@ -152,7 +152,8 @@ void ReadyOrder::labelAnew(Index around) {
     allowed *= kThinner;
     const Label mask = bits < 64 ? (Label{1} << bits) - 1 : ~Label{0};
     const Label begin = entries[around].label & ~mask;
-    for (; entries[first].before != kNone && entries[entries[first].before].label >= begin; ++count) {
+    for (; entries[first].before != kNone && entries[entries[first].before].label >= begin;
+         ++count) {
       first = entries[first].before;
     }
     for (; entries[last].behind != kNone && entries[entries[last].behind].label - begin <= mask;

@@ -19,10 +19,10 @@ namespace Tessaril {
 /// entry that was taken last, new entries come just before the cursor, and the next entry is the
 /// first one from the cursor on whose module is ready. So the circle is kept as a list with labels
 /// that grow from its head to its tail (ordered-list maintenance: where there is no label left
-/// between two entries, a stretch of the list is labelled anew). Ready entries stand in two heaps by
-/// label, those from the cursor on and those before it, which change places when the cursor has come
-/// round. Entries that are ready when they are pushed come in the order of their labels and need no
-/// heap.
+/// between two entries, a stretch of the list is labelled anew). Ready entries stand in two heaps
+/// by label, those from the cursor on and those before it, which change places when the cursor has
+/// come round. Entries that are ready when they are pushed come in the order of their labels and
+/// need no heap.
 ///
 /// Time: the logarithm of the number of entries, amortised; constant while nothing has to wait.
 class ReadyOrder {

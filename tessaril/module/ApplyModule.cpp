@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tessaril/commands/ApplyUpdateInfo.h"
+#include "tessaril/module/AddressNumbers.h"
 #include "tessaril/platform/command_pattern/CommandBase.h"
 #include "tessaril/platform/framework_interfaces/ApplyCmdFactory.h"
 #include "tessaril/platform/framework_interfaces/ApplyUpdateMessage.h"
@@ -26,29 +27,39 @@ using Links = std::vector<std::weak_ptr<ApplyModule>>;
 using LinksOf = const Links& (ApplyModule::*)() const;
 using ModuleSet = std::unordered_set<std::shared_ptr<ApplyModule>>;
 
-void pushAll(Links& stack, const Links& links) {
-  stack.insert(stack.end(), links.begin(), links.end());
-}
-
-std::shared_ptr<ApplyModule> popAndLock(Links& stack) {
-  auto module = stack.back().lock();
-  stack.pop_back();
-  return module;
-}
+/// What is still to be visited of one module's links: the last-listed ones come first, so the
+/// number of links that remain is all there is to know.
+struct Remaining {
+  const Links* links;
+  std::size_t count;
+};
 
 bool walkNeighbours(const ApplyModule& origin, LinksOf linksOf,
                     const ApplyModule::ModuleVisitor& visitor) {
-  Links stack = (origin.*linksOf)();
-  ModuleSet visited;
+  // A visitor may drop the owner of the origin, or of any module: the origin's links are copied,
+  // and what was visited is held.
+  const Links originLinks = (origin.*linksOf)();
+  std::vector<std::shared_ptr<ApplyModule>> visited;
+  AddressNumbers visitedAddresses;
+  std::vector<Remaining> stack{{&originLinks, originLinks.size()}};
   while (!stack.empty()) {
-    const auto module = popAndLock(stack);
-    if (module == nullptr || !visited.insert(module).second) {
+    Remaining& top = stack.back();
+    // No visitor may shorten a list; one that does it gets no further than the list goes.
+    top.count = std::min(top.count, top.links->size());
+    if (top.count == 0) {
+      stack.pop_back();
+      continue;
+    }
+    std::shared_ptr<ApplyModule> module = (*top.links)[--top.count].lock();
+    if (module == nullptr || !visitedAddresses.add(module.get()).second) {
       continue;
     }
     if (!visitor(module)) {
       return false;
     }
-    pushAll(stack, (module.get()->*linksOf)());
+    const Links& links = (module.get()->*linksOf)();
+    visited.push_back(std::move(module));
+    stack.push_back({&links, links.size()});
   }
   return true;
 }
@@ -56,11 +67,11 @@ bool walkNeighbours(const ApplyModule& origin, LinksOf linksOf,
 bool walkFromThis(const ApplyModule& origin, LinksOf linksOf,
                   const ApplyModule::ModuleRefVisitor& visitor) {
   std::vector<const ApplyModule*> stack{&origin};
-  std::unordered_set<const ApplyModule*> visited;
+  AddressNumbers visited;
   while (!stack.empty()) {
     const ApplyModule* module = stack.back();
     stack.pop_back();
-    if (!visited.insert(module).second) {
+    if (!visited.add(module).second) {
       continue;
     }
     if (!visitor(*module)) {
@@ -77,11 +88,18 @@ bool walkFromThis(const ApplyModule& origin, LinksOf linksOf,
 
 void gather(const ApplyModule& origin, LinksOf linksOf, ModuleSet& modules,
             const std::shared_ptr<ApplyModule>& stopModule) {
-  Links stack = (origin.*linksOf)();
+  // The set holds what is on the stack.
+  std::vector<const ApplyModule*> stack{&origin};
   while (!stack.empty()) {
-    const auto module = popAndLock(stack);
-    if (module != nullptr && modules.insert(module).second && module != stopModule) {
-      pushAll(stack, (module.get()->*linksOf)());
+    const Links& links = (stack.back()->*linksOf)();
+    stack.pop_back();
+    for (const auto& link : links) {
+      std::shared_ptr<ApplyModule> module = link.lock();
+      const ApplyModule* const address = module.get();
+      if (address != nullptr && modules.insert(std::move(module)).second &&
+          address != stopModule.get()) {
+        stack.push_back(address);
+      }
     }
   }
 }
