@@ -4,6 +4,7 @@
 #include <charconv>
 #include <map>
 #include <string_view>
+#include <utility>
 
 #include "examples/gear_pair/calculation/TextTools.h"
 
@@ -48,6 +49,7 @@ bool isChange(const Step& step) { return step.action <= Action::kUnskip; }
 bool isRun(const Step& step) {
   return step.action >= Action::kUpdate && step.action < Action::kTable;
 }
+bool opensDesign(const Step& step) { return step.action == Action::kOpen; }
 bool isOutput(const Step& step) { return step.action >= Action::kTable; }
 
 std::size_t readThreads(const std::string& word) {
@@ -133,10 +135,29 @@ class Parser {
   Arguments arguments;
 };
 
+// An output belongs to the design that is open where it stands: what is moved behind an update does
+// not pass the opening of the next design.
+std::vector<Step> withUpdates(std::vector<Step> steps) {
+  std::vector<Step> result;
+  for (auto begin = steps.begin();;) {
+    const auto end =
+        std::find_if(begin == steps.end() ? begin : begin + 1, steps.end(), opensDesign);
+    const auto firstOutput = std::stable_partition(begin, end, isChange);
+    result.insert(result.end(), begin, firstOutput);
+    if (firstOutput != end || end == steps.end()) {
+      result.push_back({Action::kUpdate, {}});
+    }
+    result.insert(result.end(), firstOutput, end);
+    if (end == steps.end()) {
+      return result;
+    }
+    begin = end;
+  }
+}
+
 std::vector<Step> completed(std::vector<Step> steps) {
   if (std::none_of(steps.begin(), steps.end(), isRun)) {
-    const auto firstOutput = std::stable_partition(steps.begin(), steps.end(), isChange);
-    steps.insert(firstOutput, {Action::kUpdate, {}});
+    steps = withUpdates(std::move(steps));
   }
   if (std::none_of(steps.begin(), steps.end(), isOutput)) {
     steps.push_back({Action::kTable, {}});
@@ -193,8 +214,8 @@ Settings
   --help                   this text
 
 Changes, runs and outputs are carried out in the order given. Without a run, one
-update is made between the changes and the outputs; without an output, the table
-is printed at the end.
+update is made between the changes and the outputs of each design that is opened;
+without an output, the table is printed at the end.
 
 A design that cannot be opened is refused, and the design that is open stays as it
 is: a script says so and goes on with it, but saves it only to a file that it names

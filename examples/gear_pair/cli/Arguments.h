@@ -60,8 +60,9 @@ struct Arguments {
 
 /// Reads the words behind the program's name.
 ///
-/// Without a run among the steps, one update is made after all changes and before all outputs;
-/// without an output, the table is printed at the end. Throws UsageError.
+/// Without a run among the steps, each design that is opened is updated once, after all changes and
+/// before all outputs that stand before the opening of the next one; without an output, the table
+/// is printed at the end. Throws UsageError.
 Arguments parseArguments(const std::vector<std::string>& words);
 
 /// What --help prints.

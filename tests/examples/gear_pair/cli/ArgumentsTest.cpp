@@ -55,9 +55,24 @@ TEST(Arguments, CarryTheWordsOfTheSteps) {
 }
 
 TEST(Arguments, OpenBeforeAndSaveBehindTheUpdateTheyMake) {
-  EXPECT_THAT(actionsOf({"pair.gear", "--save-as", "pair.tsr", "--open", "other.tsr"}),
+  EXPECT_THAT(actionsOf({"pair.gear", "--save-as", "pair.tsr", "--set", "torque=1"}),
+              ElementsAre(Action::kSet, Action::kUpdate, Action::kSaveAs));
+  EXPECT_THAT(actionsOf({"pair.gear", "--open", "other.tsr", "--save-as", "pair.tsr"}),
               ElementsAre(Action::kOpen, Action::kUpdate, Action::kSaveAs));
   EXPECT_THAT(actionsOf({"pair.tsr", "--save"}), ElementsAre(Action::kUpdate, Action::kSave));
+}
+
+// Moved behind the opening, an output would show another design, and --save-as overwrite a file
+// with it.
+TEST(Arguments, KeepAnOutputWithTheDesignThatItStandsBehind) {
+  EXPECT_THAT(actionsOf({"pair.gear", "--save-as", "pair.tsr", "--set", "torque=1", "--open",
+                         "other.tsr", "--save"}),
+              ElementsAre(Action::kSet, Action::kUpdate, Action::kSaveAs, Action::kOpen,
+                          Action::kUpdate, Action::kSave));
+  EXPECT_THAT(actionsOf({"pair.gear", "--figures", "--open", "other.tsr"}),
+              ElementsAre(Action::kUpdate, Action::kFigures, Action::kOpen, Action::kUpdate));
+  EXPECT_THAT(actionsOf({"pair.gear", "--set", "torque=1", "--open", "other.tsr"}),
+              ElementsAre(Action::kSet, Action::kOpen, Action::kUpdate, Action::kTable));
 }
 
 TEST(Arguments, NeedNoFileForHelp) {
