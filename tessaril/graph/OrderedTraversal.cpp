@@ -28,29 +28,55 @@ using Number = ModuleNumbers::Number;
 
 constexpr Number kNone = ModuleNumbers::kNone;
 
+/// The modules of a list, to be asked by number.
+class NumberSet {
+ public:
+  NumberSet() = default;
+  explicit NumberSet(const std::vector<Number>& members) {
+    for (const Number member : members) {
+      insert(member);
+    }
+  }
+  void insert(Number number) {
+    if (number >= isMember.size()) {
+      isMember.resize(number + 1);
+    }
+    isMember[number] = true;
+  }
+  bool contains(Number number) const { return number < isMember.size() && isMember[number]; }
+
+ private:
+  std::vector<bool> isMember;
+};
+
 class Traversal {
  public:
-  /// `onward`: the links along which the traversal goes; `waitsFor`: the others.
-  Traversal(LinksOf onward, LinksOf waitsFor) : onwardLinks(onward), waitLinks(waitsFor) {}
-
-  Number add(const ModulePtr& module) {
-    const Number number = numbers.add(module).first;
-    nodes.resize(numbers.size());
-    return number;
-  }
-
-  /// The traversal's scope: the module and all that is reached from it onwards, not beyond `stop`.
-  void setScope(Number from, Number stop) {
-    for (const Number number : reach(from, stop, onwardLinks, true)) {
+  /// `onward`: the links along which the traversal goes; `waitsFor`: the others. The scope is start
+  /// and all that is reached from it onwards, not beyond end, which may be null. Start is queued.
+  Traversal(LinksOf onward, LinksOf waitsFor, const ModulePtr& start, const ModulePtr& end)
+      : onwardLinks(onward), waitLinks(waitsFor), first(add(start)) {
+    last = end != nullptr ? add(end) : kNone;
+    for (const Number number : reach(first, last, onwardLinks, true)) {
       nodes[number].isInScope = true;
     }
-    nodes[from].isInScope = true;
+    nodes[first].isInScope = true;
+    push(first, false);
   }
 
-  /// What is reached from a module, that one included only when a circle leads back to it.
-  std::vector<Number> reachOnward(Number from) { return reach(from, kNone, onwardLinks, false); }
-  std::vector<Number> reachBackward(Number from, Number stop) {
-    return reach(from, stop, waitLinks, false);
+  Number getFirst() const { return first; }
+
+  /// What lies behind end; nothing without one.
+  NumberSet beyondEnd() {
+    return last == kNone ? NumberSet() : NumberSet(reach(last, kNone, onwardLinks, false));
+  }
+  /// End and what it depends on, back to start; nothing without an end.
+  NumberSet wayToEnd() {
+    NumberSet way;
+    if (last != kNone) {
+      way = NumberSet(reach(last, first, waitLinks, false));
+      way.insert(last);
+    }
+    return way;
   }
 
   void push(Number number, bool flag) {
@@ -114,6 +140,12 @@ class Traversal {
     bool isInScope = false;
     State state = State::Unknown;
   };
+
+  Number add(const ModulePtr& module) {
+    const Number number = numbers.add(module).first;
+    nodes.resize(numbers.size());
+    return number;
+  }
 
   std::vector<Number> reach(Number from, Number stop, LinksOf links, bool keepsLinks) {
     std::vector<Number> reached;
@@ -192,32 +224,14 @@ class Traversal {
   std::vector<Number> onwardNumbers;
   ReadyOrder order;
   Number lastVisited = kNone;
+  Number first;
+  Number last = kNone;
 };
 
-Traversal forwards() {
-  return {&ApplyModule::getNextApplyModules, &ApplyModule::getPreviousApplyModules};
+/// Requires: start is not null.
+Traversal forwards(const ModulePtr& start, const ModulePtr& end) {
+  return {&ApplyModule::getNextApplyModules, &ApplyModule::getPreviousApplyModules, start, end};
 }
-
-/// The modules of a list, to be asked by number.
-class NumberSet {
- public:
-  NumberSet() = default;
-  explicit NumberSet(const std::vector<Number>& members) {
-    for (const Number member : members) {
-      insert(member);
-    }
-  }
-  void insert(Number number) {
-    if (number >= isMember.size()) {
-      isMember.resize(number + 1);
-    }
-    isMember[number] = true;
-  }
-  bool contains(Number number) const { return number < isMember.size() && isMember[number]; }
-
- private:
-  std::vector<bool> isMember;
-};
 
 }  // namespace
 
@@ -226,16 +240,8 @@ void ApplyGraph::forSemanticOrderedModuleRange(std::function<void(ModulePtr)> ca
   if (start == nullptr) {
     return;
   }
-  Traversal traversal = forwards();
-  const Number first = traversal.add(start);
-  const Number last = end != nullptr ? traversal.add(end) : kNone;
-  traversal.setScope(first, last);
-  NumberSet allowed;
-  if (end != nullptr) {
-    allowed = NumberSet(traversal.reachBackward(last, first));
-    allowed.insert(last);
-  }
-  traversal.push(first, false);
+  Traversal traversal = forwards(start, end);
+  const NumberSet allowed = traversal.wayToEnd();
   while (const auto taken = traversal.take()) {
     callback(traversal.module(taken->module));
     traversal.setVisited(taken->module);
@@ -252,18 +258,9 @@ void ApplyGraph::forSemanticOrderedModuleFullRange(std::function<bool(ModulePtr,
   if (start == nullptr) {
     return;
   }
-  Traversal traversal = forwards();
-  const Number first = traversal.add(start);
-  const Number last = end != nullptr ? traversal.add(end) : kNone;
-  traversal.setScope(first, last);
-  NumberSet beyond;
-  NumberSet needed;
-  if (end != nullptr) {
-    beyond = NumberSet(traversal.reachOnward(last));
-    needed = NumberSet(traversal.reachBackward(last, first));
-    needed.insert(last);
-  }
-  traversal.push(first, false);
+  Traversal traversal = forwards(start, end);
+  const NumberSet beyond = traversal.beyondEnd();
+  const NumberSet needed = traversal.wayToEnd();
   while (const auto taken = traversal.take()) {
     traversal.setVisited(taken->module);
     if (!callback(traversal.module(taken->module), taken->flag)) {
@@ -282,13 +279,11 @@ void ApplyGraph::forSemanticOrderedPreviousModules(std::function<bool(ModulePtr)
   if (module == nullptr) {
     return;
   }
-  Traversal traversal(&ApplyModule::getPreviousApplyModules, &ApplyModule::getNextApplyModules);
-  const Number first = traversal.add(module);
-  traversal.setScope(first, kNone);
-  traversal.push(first, false);
+  Traversal traversal(&ApplyModule::getPreviousApplyModules, &ApplyModule::getNextApplyModules,
+                      module, nullptr);
   while (const auto taken = traversal.take()) {
     traversal.setVisited(taken->module);
-    if (taken->module == first || callback(traversal.module(taken->module))) {
+    if (taken->module == traversal.getFirst() || callback(traversal.module(taken->module))) {
       traversal.forOnward(taken->module, [&](Number previous) { traversal.push(previous, false); });
     }
   }
