@@ -28,7 +28,7 @@ class AddressNumbers {
       return {slot->number, false};
     }
     // At most half of the slots are taken.
-    if (2 * (count + 1) > slots.size()) {
+    if (count >= slots.size() / 2) {
       grow();
       slot = &slots[slotOf(address)];
     }

@@ -27,30 +27,16 @@ using Links = std::vector<std::weak_ptr<ApplyModule>>;
 using LinksOf = const Links& (ApplyModule::*)() const;
 using ModuleSet = std::unordered_set<std::shared_ptr<ApplyModule>>;
 
-/// What is still to be visited of one module's links: the last-listed ones come first, so the
-/// number of links that remain is all there is to know.
-struct Remaining {
-  const Links* links;
-  std::size_t count;
-};
-
 bool walkNeighbours(const ApplyModule& origin, LinksOf linksOf,
                     const ApplyModule::ModuleVisitor& visitor) {
-  // A visitor may drop the owner of the origin, or of any module: the origin's links are copied,
-  // and what was visited is held.
-  const Links originLinks = (origin.*linksOf)();
+  // A visitor may be a listener of signals, who edits the graph or drops modules: the links are
+  // copied as they are when a module has been visited, and what was visited is held.
+  Links stack = (origin.*linksOf)();
   std::vector<std::shared_ptr<ApplyModule>> visited;
   AddressNumbers visitedAddresses;
-  std::vector<Remaining> stack{{&originLinks, originLinks.size()}};
   while (!stack.empty()) {
-    Remaining& top = stack.back();
-    // No visitor may shorten a list; one that does it gets no further than the list goes.
-    top.count = std::min(top.count, top.links->size());
-    if (top.count == 0) {
-      stack.pop_back();
-      continue;
-    }
-    std::shared_ptr<ApplyModule> module = (*top.links)[--top.count].lock();
+    std::shared_ptr<ApplyModule> module = stack.back().lock();
+    stack.pop_back();
     if (module == nullptr || !visitedAddresses.add(module.get()).second) {
       continue;
     }
@@ -58,8 +44,8 @@ bool walkNeighbours(const ApplyModule& origin, LinksOf linksOf,
       return false;
     }
     const Links& links = (module.get()->*linksOf)();
+    stack.insert(stack.end(), links.begin(), links.end());
     visited.push_back(std::move(module));
-    stack.push_back({&links, links.size()});
   }
   return true;
 }
