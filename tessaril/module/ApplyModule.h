@@ -126,7 +126,8 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   // Walks. Depth first with the last-listed neighbour first, each reachable module once, expired
   // links skipped; linear in the modules and links reached. True: the walk ran to its end; false:
   // the visitor stopped it. An empty visitor throws std::bad_function_call at the first module it
-  // would be called for. A visitor must not edit the graph.
+  // would be called for. A visitor of the walks from this module must not edit the graph; one of
+  // the first two may, but edits of modules that were visited come too late for the walk.
 
   /// Visits all followers, this module not among them unless a cycle leads back to it.
   bool forAllFollowingModules(ModuleVisitor visitor) const;

@@ -257,6 +257,28 @@ TEST_P(WalkTest, AModuleThatDiesDuringTheWalkIsPassedOver) {
   EXPECT_EQ(visited, "Q");
 }
 
+// As listeners do who hear of a changed state and edit the graph.
+TEST_P(WalkTest, EditsOfVisitedModulesComeTooLateForTheWalk) {
+  for (const bool inserts : {false, true}) {
+    auto g = graphAlong("T -> M; M -> P; M -> Q; N");
+    auto& links = way().forwards ? TestSupport::PrivateLinks::nextList(*g["M"])
+                                 : TestSupport::PrivateLinks::previousList(*g["M"]);
+    std::string visited;
+    (g["T"].get()->*way().others)([&](ModulePtr module) {
+      visited += g.nameOf(module);
+      if (module == g["Q"]) {
+        if (inserts) {
+          links.insert(links.begin(), g["N"]);
+        } else {
+          links.erase(links.begin());
+        }
+      }
+      return true;
+    });
+    EXPECT_EQ(visited, "MQP") << (inserts ? "N inserted" : "P removed");
+  }
+}
+
 // A walk that called itself for each module would run out of stack here.
 TEST_P(WalkTest, ALongChainIsNoDeepCall) {
   constexpr std::size_t kLength = 100000;
