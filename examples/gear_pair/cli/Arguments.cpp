@@ -121,9 +121,13 @@ class Parser {
     return !arguments.steps.empty() && arguments.steps.back().action == Action::kSave;
   }
 
+  /// An empty word is a shell variable that was not set, except where it is a text.
+  static bool isArgument(const std::string& word, const std::string& option) {
+    return word.empty() ? option == "--say" : word == "-" || !word.starts_with("-");
+  }
+
   std::string argumentOf(const std::string& option, const std::string& argumentName) {
-    const bool isThere =
-        next < words.size() && (words[next] == "-" || !words[next].starts_with("-"));
+    const bool isThere = next < words.size() && isArgument(words[next], option);
     if (!isThere) {
       throw UsageError(option + " needs " + argumentName + " behind it");
     }
@@ -178,7 +182,7 @@ std::string helpText() {
 
 Opens a design, brings it up to date and shows the result. DESIGN is a text with
 the values of a design (DESIGN.gear), or a saved design (DESIGN.tsr), which comes
-with all its results. What it is shows in its first bytes.
+with all its results. Its bytes tell which, not its name.
 The steps of the design:
 
   requirements -> pinion -> mesh -> strength -> report -> plan

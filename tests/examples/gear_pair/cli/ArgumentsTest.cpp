@@ -89,6 +89,9 @@ TEST(Arguments, AreRefusedInOneSentence) {
   EXPECT_EQ(complaintAbout({"a.gear", "--xyzzy"}), "there is no option '--xyzzy'; see --help");
   EXPECT_EQ(complaintAbout({"a.gear", "--set"}), "--set needs NAME=VALUE behind it");
   EXPECT_EQ(complaintAbout({"a.gear", "--open"}), "--open needs a design file behind it");
+  EXPECT_EQ(complaintAbout({"a.gear", "--open", ""}), "--open needs a design file behind it");
+  EXPECT_EQ(complaintAbout({"a.gear", "--save-as", ""}), "--save-as needs a file behind it");
+  EXPECT_EQ(complaintAbout({"a.gear", "--say", ""}), "none");
   EXPECT_EQ(complaintAbout({"a.gear", "--save-as", "--table"}), "--save-as needs a file behind it");
   EXPECT_EQ(complaintAbout({"a.gear", "--save", "b.tsr"}),
             "one design file is enough: 'a.gear' and 'b.tsr' are two; to save to one, use "
