@@ -87,13 +87,17 @@ class TemporaryName {
   std::string name;
 };
 
-std::string readAll(int descriptor) {
+struct stat statusOf(int descriptor) {
   struct stat status {};
   checked([&] { return ::fstat(descriptor, &status); });
+  return status;
+}
+
+std::string readAll(int descriptor, std::size_t expectedSize) {
   std::string contents;
   std::size_t size = 0;
   // One byte more than the file should have, to meet its end.
-  std::size_t room = static_cast<std::size_t>(status.st_size) + 1;
+  std::size_t room = expectedSize + 1;
   for (;;) {
     if (room > kLargestArchive + 1) {
       fail(EFBIG);
@@ -145,8 +149,11 @@ std::optional<mode_t> permissionsOfReplaceable(const fs::path& file) {
     }
     fail(errno);
   }
+  if (S_ISDIR(status.st_mode)) {
+    fail(EISDIR);
+  }
   if (!S_ISREG(status.st_mode)) {
-    fail(S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP);
+    refuse(file, "cannot be written: it is no ordinary file");
   }
   checked([&] { return ::faccessat(AT_FDCWD, file.c_str(), W_OK, AT_EACCESS); });
   return status.st_mode & 0777;
@@ -207,7 +214,12 @@ std::string readFile(const fs::path& file) {
   try {
     const FileDescriptor opened(
         checked([&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC); }));
-    return readAll(opened.get());
+    const struct stat status = statusOf(opened.get());
+    // A device may have no end.
+    if (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode)) {
+      refuse(file, "cannot be read: it is a device");
+    }
+    return readAll(opened.get(), static_cast<std::size_t>(status.st_size));
   } catch (const std::system_error& error) {
     refuse(file, "cannot be read: " + error.code().message());
   }

@@ -19,7 +19,7 @@ TESSARIL_PLATFORM_EXPORT std::unique_ptr<PersistenceArchiver> openArchive(
 TESSARIL_PLATFORM_EXPORT void saveArchive(const std::filesystem::path& file,
                                           PersistenceArchiver& archive);
 
-/// Whole; a pipe to its end. Refused: what is larger than an archive can be.
+/// Whole; a pipe to its end. Refused: devices, and what is larger than an archive can be.
 TESSARIL_PLATFORM_EXPORT std::string readFile(const std::filesystem::path& file);
 /// Gives the file new contents, or makes it. At every moment, whatever fails and whenever the
 /// process or the machine stops, the file has either its old contents or the new ones, whole: they

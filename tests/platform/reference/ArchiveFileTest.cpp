@@ -108,6 +108,11 @@ TEST_F(ArchiveFileTest, RefusesToReadWhatIsNotThere) {
             messageFor(file, "cannot be read: No such file or directory"));
 }
 
+TEST_F(ArchiveFileTest, RefusesToReadADevice) {
+  EXPECT_EQ(refusal([] { readFile("/dev/zero"); }),
+            messageFor("/dev/zero", "cannot be read: it is a device"));
+}
+
 TEST_F(ArchiveFileTest, RefusesToReadADirectory) {
   EXPECT_EQ(refusal([&] { readFile(directory.get()); }),
             messageFor(directory.get(), "cannot be read: Is a directory"));
@@ -245,7 +250,7 @@ TEST_F(ArchiveFileTest, RefusesToReplaceWhatIsNoFile) {
   // As root, one could lose a device this way.
   ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
   EXPECT_EQ(refusal([&] { replaceFile(file, "new"); }),
-            messageFor(file, "cannot be written: Operation not supported"));
+            messageFor(file, "cannot be written: it is no ordinary file"));
   EXPECT_TRUE(fs::is_fifo(file));
   EXPECT_THAT(directory.names(), ElementsAre("design.tsr"));
 }
