@@ -7,9 +7,10 @@ namespace Tessaril {
 namespace {
 
 constexpr std::uint64_t kFirstLabel = std::uint64_t{1} << 32;
-constexpr std::uint64_t kStep = std::uint64_t{1} << 32;
-/// Of the labels between two entries, a new entry takes this part, since more will follow it.
+/// Of the labels between two entries, or behind the last one, a new entry takes this part, since
+/// more will follow it.
 constexpr std::uint64_t kPartOfGap = 64;
+constexpr std::uint64_t kLongestStep = std::uint64_t{1} << 32;
 
 }  // namespace
 
@@ -128,15 +129,14 @@ ReadyOrder::Label ReadyOrder::labelBetween(Index before, Index behind) {
   if (before == kNone) {
     return kFirstLabel;
   }
-  if (behind == kNone) {
-    // Does not overflow: there are fewer entries than steps.
-    return entries[before].label + kStep;
-  }
-  if (entries[behind].label - entries[before].label < 2) {
+  const auto gap = [&] {
+    const Label end = behind != kNone ? entries[behind].label : ~Label{0};
+    return end - entries[before].label;
+  };
+  if (gap() < 2) {
     labelAnew(before);
   }
-  const Label gap = entries[behind].label - entries[before].label;
-  return entries[before].label + std::max<Label>(1, gap / kPartOfGap);
+  return entries[before].label + std::clamp<Label>(gap() / kPartOfGap, 1, kLongestStep);
 }
 
 /// Spreads the labels of the smallest stretch around an entry that is thinly labelled. The larger a
