@@ -11,6 +11,7 @@
 #include "tessaril/module/ApplyFailure.h"
 #include "tessaril/module/ApplyModule.h"
 #include "tessaril/module/LiveLinks.h"
+#include "tessaril/persistence/ObjectLookup.h"
 #include "tessaril/platform/framework_interfaces/ApplyCacheInterface.h"
 #include "tessaril/platform/framework_interfaces/ApplyUpdateMessage.h"
 #include "tessaril/platform/logging/LogMessage.h"
@@ -74,8 +75,7 @@ Path pathOfModule(const std::shared_ptr<ApplyModule>& module, const Object* obje
 }
 
 std::shared_ptr<ApplyModule> findModule(const Object& object, const Path& path) {
-  return std::dynamic_pointer_cast<ApplyModule>(
-      object.getObject(path, GetObjectBehavior::ReturnNull));
+  return getObjectAs<ApplyModule>(object, path, GetObjectBehavior::ReturnNull);
 }
 
 std::shared_ptr<ApplyModule> getModule(const Object& object, const Path& path,
