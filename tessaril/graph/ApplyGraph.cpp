@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "tessaril/module/ApplyModule.h"
+#include "tessaril/module/LinkEdits.h"
 #include "tessaril/module/LiveLinks.h"
 #include "tessaril/platform/exceptions/TsException.h"
 #include "tessaril/platform/parameterization/Object.h"
@@ -157,12 +158,14 @@ void ApplyGraph::removeNext(ModulePtr module) {
   forEachLive(module->nextApplyModules,
               [&](const ModulePtr& next) { next->removePreviousApplyModule(module); });
   module->nextApplyModules.clear();
+  LinkEdits::add();
 }
 
 void ApplyGraph::removePrevious(ModulePtr module) {
   forEachLive(module->previousApplyModules,
               [&](const ModulePtr& previous) { previous->removeNextApplyModule(module); });
   module->previousApplyModules.clear();
+  LinkEdits::add();
 }
 
 void ApplyGraph::remove(ModulePtr module) { takeOut(module, module, true); }
@@ -177,6 +180,7 @@ void ApplyGraph::replace(ModulePtr oldModule, ModulePtr newModule) {
   }
   oldModule->nextApplyModules.clear();
   oldModule->previousApplyModules.clear();
+  LinkEdits::add();
   forEachLive(newModule->nextApplyModules, [&](const ModulePtr& next) {
     next->replacePreviousApplyModule(oldModule, newModule);
   });
@@ -268,6 +272,7 @@ void ApplyGraph::insertSubGraphAfter(ModulePtr start, ModulePtr end, ModulePtr a
   });
   start->addPreviousApplyModule(anchor);
   anchor->nextApplyModules.clear();
+  LinkEdits::add();
   anchor->addNextApplyModule(start);
 }
 
@@ -284,6 +289,7 @@ void ApplyGraph::insertSubGraphBefore(ModulePtr start, ModulePtr end, ModulePtr 
   });
   end->addNextApplyModule(anchor);
   anchor->previousApplyModules.clear();
+  LinkEdits::add();
   anchor->addPreviousApplyModule(end);
   if (anchor->isStartOfSideChain()) {
     anchor->setStartOfSideChain(false);

@@ -2,6 +2,7 @@
 
 #include "tessaril/graph/ApplyGraph.h"
 #include "tessaril/module/ApplyModule.h"
+#include "tessaril/module/LinkEdits.h"
 #include "tessaril/module/LiveLinks.h"
 #include "tessaril/persistence/ApplyModuleData.h"
 #include "tessaril/persistence/ObjectLookup.h"
@@ -71,6 +72,7 @@ void ApplyGraph::restoreApplyGraph(std::shared_ptr<const Object> root,
     }
     replaceLinks(module->previousApplyModules, *root, record.previousPaths);
     replaceLinks(module->nextApplyModules, *root, record.nextPaths);
+    LinkEdits::add();
     module->setStartOfSideChain(record.startOfSideChain);
   }
 }

@@ -5,6 +5,7 @@
 
 #include "tessaril/commands/ApplyUpdateInfo.h"
 #include "tessaril/module/AddressNumbers.h"
+#include "tessaril/module/LinkEdits.h"
 #include "tessaril/platform/command_pattern/CommandBase.h"
 #include "tessaril/platform/framework_interfaces/ApplyCmdFactory.h"
 #include "tessaril/platform/framework_interfaces/ApplyUpdateMessage.h"
@@ -325,6 +326,7 @@ void ApplyModule::addLink(Links& links, const std::shared_ptr<ApplyModule>& modu
     return;
   }
   links.push_back(module);
+  LinkEdits::add();
   onApplyGraphChanged();
 }
 
@@ -334,6 +336,7 @@ void ApplyModule::removeLink(Links& links, const std::shared_ptr<ApplyModule>& m
     return;
   }
   links.erase(found);
+  LinkEdits::add();
   onApplyGraphChanged();
 }
 
@@ -349,6 +352,7 @@ bool ApplyModule::replaceLink(Links& links, const std::shared_ptr<ApplyModule>& 
     return false;
   }
   links[static_cast<std::size_t>(found - links.begin())] = newModule;
+  LinkEdits::add();
   onApplyGraphChanged();
   return true;
 }
