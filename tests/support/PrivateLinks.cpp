@@ -44,6 +44,10 @@ struct SetStartOfSideChain {
   using Member = void (ApplyModule::*)(bool);
   friend Member memberOf(SetStartOfSideChain);
 };
+struct GraphChange {
+  using Member = void (ApplyModule::*)();
+  friend Member memberOf(GraphChange);
+};
 struct NextList {
   using Member = Links ApplyModule::*;
   friend Member memberOf(NextList);
@@ -68,6 +72,7 @@ template struct Grant<RemovePrevious, &ApplyModule::removePreviousApplyModule>;
 template struct Grant<ReplaceNext, &ApplyModule::replaceNextApplyModule>;
 template struct Grant<ReplacePrevious, &ApplyModule::replacePreviousApplyModule>;
 template struct Grant<SetStartOfSideChain, &ApplyModule::setStartOfSideChain>;
+template struct Grant<GraphChange, &ApplyModule::onApplyGraphChanged>;
 template struct Grant<NextList, &ApplyModule::nextApplyModules>;
 template struct Grant<PreviousList, &ApplyModule::previousApplyModules>;
 template struct Grant<InsertInfo, &ApplyModule::insertInfo>;
@@ -102,6 +107,8 @@ bool replacePrevious(ApplyModule& module, ModulePtr oldPrevious, ModulePtr newPr
 void setStartOfSideChain(ApplyModule& module, bool start) {
   (module.*memberOf(SetStartOfSideChain{}))(start);
 }
+
+void announceGraphChange(ApplyModule& module) { (module.*memberOf(GraphChange{}))(); }
 
 Links& nextList(ApplyModule& module) { return module.*memberOf(NextList{}); }
 

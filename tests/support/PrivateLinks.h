@@ -21,6 +21,8 @@ void removePrevious(ApplyModule& module, ModulePtr previous);
 bool replaceNext(ApplyModule& module, ModulePtr oldNext, ModulePtr newNext);
 bool replacePrevious(ApplyModule& module, ModulePtr oldPrevious, ModulePtr newPrevious);
 void setStartOfSideChain(ApplyModule& module, bool start);
+/// Calls the module's onApplyGraphChanged().
+void announceGraphChange(ApplyModule& module);
 
 // The fields themselves: nothing is filtered, no hook is called.
 
