@@ -7,7 +7,7 @@
 
 #include "tessaril/commands/MessageCmdFactory.h"
 #include "tessaril/commands/UndoPasses.h"
-#include "tessaril/graph/ApplyGraph.h"
+#include "tessaril/engine/UpdateOrder.h"
 #include "tessaril/module/ApplyFailure.h"
 #include "tessaril/module/ApplyModule.h"
 #include "tessaril/module/LiveLinks.h"
@@ -104,7 +104,9 @@ bool UpdateApplyModulesCmd::s_preserveStateAfterException = true;
 
 UpdateApplyModulesCmd::UpdateApplyModulesCmd(std::shared_ptr<Object> designObject, ModulePtr start,
                                              ModulePtr end, ModulePtr horizon)
-    : object(designObject), startPath(pathOfModule(start, designObject.get(), "start")) {
+    : object(designObject),
+      startPath(pathOfModule(start, designObject.get(), "start")),
+      order(std::make_unique<UpdateOrder>()) {
   if (horizon != nullptr) {
     horizonPath = pathOfModule(horizon, designObject.get(), "horizon");
   }
@@ -146,8 +148,7 @@ bool UpdateApplyModulesCmd::startExecution(std::shared_ptr<ThreadManager> thread
   endReached = false;
   exceptionThrown = false;
   resolveModules();
-  moduleQueue.push(startModule);
-  initCollections();
+  order->begin(startModule, endModule);
   if (applyCache != nullptr) {
     applyCache->beginUpdate();
   }
@@ -199,7 +200,7 @@ void UpdateApplyModulesCmd::finishExecution(bool success) {
 void UpdateApplyModulesCmd::stopApply(bool restoreQueues) {
   endReached = true;
   if (restoreQueues) {
-    moduleQueue = savedModuleQueue;
+    order->restoreQueue();
     subGraphQueue = savedSubGraphQueue;
     if (lastExecutedModule != nullptr) {
       subGraphQueue.push(lastExecutedModule);
@@ -220,20 +221,18 @@ void UpdateApplyModulesCmd::prepareApplyCommandAndModule(CommandPtr cmd, ModuleP
 
 // The sub-command's share of what is left is that of its module among all modules from the first
 // one that needs a full apply to the end, whether those need one or not: they may by then.
-void UpdateApplyModulesCmd::connectProgress(LegacyProgress* subProgress, ModulePtr module) {
+void UpdateApplyModulesCmd::connectProgress(LegacyProgress* subProgress, Number number) {
   LegacyProgress::Speed speed;
-  ModulePtr first;
-  ApplyGraph::forSemanticOrderedModuleRange(
-      [&](const ModulePtr& visited) {
-        if (first == nullptr && !needsFullApply(visited)) {
-          return;
-        }
-        speed.add(visited->getSpeedRate());
-        if (first == nullptr) {
-          first = visited;
-        }
-      },
-      module, endModule);
+  const ApplyModule* first = nullptr;
+  order->forEachInRange(number, order->numberOf(endModule), [&](const ApplyModule& visited) {
+    if (first == nullptr) {
+      if (!isFullApplyDue(visited, order->isOnTheWay(visited))) {
+        return;
+      }
+      first = &visited;
+    }
+    speed.add(visited.getSpeedRate());
+  });
   const double current = getProgressPtr()->getValue();
   const int currentPercent = static_cast<int>(current);
   const int share =
@@ -258,36 +257,22 @@ void UpdateApplyModulesCmd::resolveModules() {
   }
 }
 
-void UpdateApplyModulesCmd::initCollections() {
-  dependencyCollection.clear();
-  endModule->gatherAllDependencies(dependencyCollection, startModule);
-  dependencyCollection.insert(endModule);
-  visitedModules.clear();
-  successorCollection.clear();
-  startModule->gatherAllSuccessors(successorCollection, endModule);
-  successorCollection.insert(startModule);
-}
-
-bool UpdateApplyModulesCmd::isInDependencyCollection(ModulePtr module) const {
-  return dependencyCollection.contains(module);
-}
-
 bool UpdateApplyModulesCmd::needsFullApply(ModulePtr module) const {
-  const bool relevant =
-      module->isUpdateInfoRelevant(updateInfo) || module->isApplyNecessary(module == endModule);
-  return isInDependencyCollection(module) && module->isApplyPossible() && relevant && !endReached;
+  return isFullApplyDue(*module, order->isOnTheWay(*module));
 }
 
-void UpdateApplyModulesCmd::addChildrenToQueue(const ModulePtr& module, ModuleQueue& queue) {
-  forEachLive(module->getNextApplyModules(), [&queue](const ModulePtr& next) { queue.push(next); });
+bool UpdateApplyModulesCmd::isFullApplyDue(const ApplyModule& module, bool isOnTheWay) const {
+  const bool relevant = module.isUpdateInfoRelevant(updateInfo) ||
+                        module.isApplyNecessary(&module == endModule.get());
+  return isOnTheWay && module.isApplyPossible() && relevant && !endReached;
 }
 
-void UpdateApplyModulesCmd::prepareNextModules(ModulePtr module) {
-  forEachLive(module->getNextApplyModules(), [this](const ModulePtr& next) {
-    if (isInDependencyCollection(next)) {
-      moduleQueue.push(next);
+void UpdateApplyModulesCmd::prepareNextModules(Number number) {
+  order->forEachNext(number, [this](Number next) {
+    if (order->isOnTheWay(next)) {
+      order->queue(next);
     } else if (applyStarted) {
-      subGraphQueue.push(next);
+      subGraphQueue.push(order->module(next));
     }
   });
 }
@@ -298,49 +283,50 @@ UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::updateAndGetNextApplyCo
     stopApply(false);
     return nullptr;
   }
-  while (const ModulePtr module =
-             ApplyGraph::getNextModuleInOrder(moduleQueue, visitedModules, successorCollection)) {
+  while (const auto number = order->takeNext()) {
+    const ModulePtr module = order->module(*number);
     handleAutoApplySubGraphs();
-    if (needsFullApply(module)) {
-      return issueApplyCommand(module);
+    if (isFullApplyDue(*module, order->isOnTheWay(*number))) {
+      return issueApplyCommand(module, *number);
     }
     if (!applyStarted && !endReached && shouldApplyChainBeCanceled(module)) {
       lastExecutedModule = module;
       stopApply(false);
       return nullptr;
     }
-    passOver(module);
+    passOver(module, *number);
   }
   if (horizonModule != nullptr && subGraphQueue.empty()) {
-    addChildrenToQueue(endModule, subGraphQueue);
+    order->forEachNext(order->numberOf(endModule),
+                       [this](Number next) { subGraphQueue.push(order->module(next)); });
   }
   handleAutoApplySubGraphs();
   return nullptr;
 }
 
-void UpdateApplyModulesCmd::passOver(const ModulePtr& module) {
-  if (needsAutoApply(module)) {
-    if (endReached || !isInDependencyCollection(module)) {
+void UpdateApplyModulesCmd::passOver(const ModulePtr& module, Number number) {
+  if (needsAutoApply(*module)) {
+    if (endReached || !order->isOnTheWay(number)) {
       // Covers everything behind the module, whose next modules are therefore not queued.
-      executeAutoApplyOnSubGraph(module);
-      visitedModules.insert(module);
+      executeAutoApplyOnSubGraph(number);
+      order->setVisited(number);
       return;
     }
-    executeAutoApply(module, false);
+    executeAutoApply(module, number, false);
   } else if (applyStarted) {
     module->sendStateChangeSignal();
   }
   if (module == endModule) {
     endReached = true;
   }
-  visitedModules.insert(module);
-  prepareNextModules(module);
+  order->setVisited(number);
+  prepareNextModules(number);
 }
 
 // A module whose factory has no command ends the run as finished: the caller takes the null command
 // for the end of the run. The module is not marked visited then.
-UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::issueApplyCommand(
-    const ModulePtr& module) {
+UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::issueApplyCommand(const ModulePtr& module,
+                                                                           Number number) {
   if (isApplySuppressed(module)) {
     lastExecutedModule = module;
     stopApply(true);
@@ -349,8 +335,8 @@ UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::issueApplyCommand(
   CommandPtr command = module->createApplyCommand(object.lock());
   if (command != nullptr) {
     prepareApplyCommandAndModule(command, module);
-    connectProgress(command->getProgressPtr(), module);
-    visitedModules.insert(module);
+    connectProgress(command->getProgressPtr(), number);
+    order->setVisited(number);
     applyStarted = true;
     lastExecutedModule = module;
   }
@@ -358,25 +344,28 @@ UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::issueApplyCommand(
     endReached = true;
   }
   // Before the next modules are queued, so that a failure can return to this moment.
-  savedModuleQueue = moduleQueue;
-  savedSubGraphQueue = subGraphQueue;
-  prepareNextModules(module);
+  order->saveQueue();
+  if (!subGraphQueue.empty() || !savedSubGraphQueue.empty()) {
+    savedSubGraphQueue = subGraphQueue;
+  }
+  prepareNextModules(number);
   return command;
 }
 
 // Auto apply and global messages
 
-bool UpdateApplyModulesCmd::needsAutoApply(ModulePtr module) const {
-  const bool necessary = !updateInfo.isEmpty() || module->isAutoApplyNecessary();
-  const bool possible = module->isAutoApplyPossible();
+bool UpdateApplyModulesCmd::needsAutoApply(const ApplyModule& module) const {
+  const bool necessary = !updateInfo.isEmpty() || module.isAutoApplyNecessary();
+  const bool possible = module.isAutoApplyPossible();
   return possible && necessary && applyStarted;
 }
 
-void UpdateApplyModulesCmd::executeAutoApply(ModulePtr module, bool mayRunAlone) {
+void UpdateApplyModulesCmd::executeAutoApply(const ModulePtr& module, Number number,
+                                             bool mayRunAlone) {
   const bool runsAlone = mayRunAlone && !module->usesSharedResources();
   const CommandPtr command = module->createAutoApplyCommand(object.lock(), runsAlone);
   if (command == nullptr) {
-    visitedModules.insert(module);
+    order->setVisited(number);
     return;
   }
   prepareApplyCommandAndModule(command, module);
@@ -396,27 +385,22 @@ void UpdateApplyModulesCmd::executeAutoApply(ModulePtr module, bool mayRunAlone)
   logTrace("Finished auto apply command");
   addCommand(command);
   storeUpdateInfo(command);
-  visitedModules.insert(module);
+  order->setVisited(number);
 }
 
-void UpdateApplyModulesCmd::executeAutoApplyOnSubGraph(ModulePtr root) {
-  ModuleSet subGraph;
-  root->gatherAllSuccessors(subGraph, nullptr);
-  subGraph.insert(root);
-  ModuleQueue pending;
-  pending.push(root);
-  while (const ModulePtr module =
-             ApplyGraph::getNextModuleInOrder(pending, visitedModules, subGraph)) {
-    const bool upstreamOfHorizon =
-        horizonModule != nullptr && horizonModule->hasAsAncestor(module) && module != horizonModule;
+void UpdateApplyModulesCmd::executeAutoApplyOnSubGraph(Number root) {
+  UpdateOrder::SubGraph subGraph(*order, root);
+  while (const auto number = subGraph.takeNext()) {
+    const ModulePtr module = order->module(*number);
+    const bool upstreamOfHorizon = isUpstreamOfHorizon(module, *number);
     if (module->updateAlways() || module->usesSharedResources() || upstreamOfHorizon) {
-      executeAutoApply(module, false);
-      addChildrenToQueue(module, pending);
+      executeAutoApply(module, *number, false);
+      subGraph.queueNextOf(*number);
       continue;
     }
-    executeAutoApply(module, true);
+    executeAutoApply(module, *number, true);
     if (module->isConsistent()) {
-      addChildrenToQueue(module, pending);
+      subGraph.queueNextOf(*number);
       continue;
     }
     // What follows an inconsistent module is not computed from it, but has to hear of the change.
@@ -432,11 +416,16 @@ void UpdateApplyModulesCmd::handleAutoApplySubGraphs() {
   while (!subGraphQueue.empty()) {
     const ModulePtr root = subGraphQueue.front();
     subGraphQueue.pop();
-    executeAutoApplyOnSubGraph(root);
+    executeAutoApplyOnSubGraph(order->numberOf(root));
   }
 }
 
-void UpdateApplyModulesCmd::deliverGlobalMessages(ModulePtr module) {
+bool UpdateApplyModulesCmd::isUpstreamOfHorizon(const ModulePtr& module, Number number) {
+  return horizonModule != nullptr && module != horizonModule &&
+         order->isUpstreamOf(horizonModule, number);
+}
+
+void UpdateApplyModulesCmd::deliverGlobalMessages(const ModulePtr& module) {
   const auto delivered = std::make_shared<MacroCommand>();
   for (const auto& message : updateInfo.getAllUpdateMessages()) {
     if (message->isGlobal()) {
@@ -472,7 +461,7 @@ void UpdateApplyModulesCmd::undoDependentCommands() {
   undoPasses().undoDependentCommands(std::source_location::current());
 }
 
-void UpdateApplyModulesCmd::storeUpdateInfo(CommandPtr cmd) {
+void UpdateApplyModulesCmd::storeUpdateInfo(const CommandPtr& cmd) {
   if (auto* data = dynamic_cast<ApplyModuleDataInterface*>(cmd.get())) {
     updateInfo = data->getUpdateInfo();
   }
@@ -484,7 +473,7 @@ void UpdateApplyModulesCmd::handleException(std::exception& e) {
     throw ApplyFailure(e.what());
   }
   printLogMessage(e);
-  visitedModules.erase(lastExecutedModule);
+  order->setUnvisited(lastExecutedModule);
   stopApply(true);
 }
 

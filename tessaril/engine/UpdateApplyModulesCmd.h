@@ -1,9 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <exception>
 #include <memory>
 #include <queue>
-#include <unordered_set>
 
 #include "tessaril/Export.h"
 #include "tessaril/commands/ApplyUpdateInfo.h"
@@ -16,6 +16,7 @@ class ApplyCacheInterface;
 class ApplyModule;
 class LegacyProgress;
 class Object;
+class UpdateOrder;
 struct UndoPasses;
 
 /// The command that brings a range of an apply graph up to date.
@@ -119,37 +120,37 @@ class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand 
   friend class ExceptionPolicy;
 
   using ModulePtr = std::shared_ptr<ApplyModule>;
-  using ModuleSet = std::unordered_set<ModulePtr>;
   using ModuleQueue = std::queue<ModulePtr>;
   using CommandPtr = std::shared_ptr<CommandBase>;
+  /// A module in the order.
+  using Number = std::uint32_t;
 
   // Range and scheduling
   void resolveModules();
-  void initCollections();
-  bool isInDependencyCollection(ModulePtr module) const;
-  void addChildrenToQueue(const ModulePtr& module, ModuleQueue& queue);
-  void prepareNextModules(ModulePtr module);
+  bool isFullApplyDue(const ApplyModule& module, bool isOnTheWay) const;
+  void prepareNextModules(Number number);
   CommandPtr updateAndGetNextApplyCommand();
-  void passOver(const ModulePtr& module);
-  CommandPtr issueApplyCommand(const ModulePtr& module);
+  void passOver(const ModulePtr& module, Number number);
+  CommandPtr issueApplyCommand(const ModulePtr& module, Number number);
 
   // Lifecycle and progress
   bool executeNextCommand(const std::shared_ptr<ThreadManager>& threadManager);
   void finishExecution(bool success);
-  void connectProgress(LegacyProgress* subProgress, ModulePtr module);
+  void connectProgress(LegacyProgress* subProgress, Number number);
 
   // Auto apply and global messages
-  bool needsAutoApply(ModulePtr module) const;
-  void executeAutoApply(ModulePtr module, bool mayRunAlone);
-  void executeAutoApplyOnSubGraph(ModulePtr root);
+  bool needsAutoApply(const ApplyModule& module) const;
+  void executeAutoApply(const ModulePtr& module, Number number, bool mayRunAlone);
+  void executeAutoApplyOnSubGraph(Number root);
+  bool isUpstreamOfHorizon(const ModulePtr& module, Number number);
   void handleAutoApplySubGraphs();
-  void deliverGlobalMessages(ModulePtr module);
+  void deliverGlobalMessages(const ModulePtr& module);
 
   // Undo and failures
   void undoStorageCommands();
   void undoDependentCommands();
   UndoPasses undoPasses();
-  void storeUpdateInfo(CommandPtr cmd);
+  void storeUpdateInfo(const CommandPtr& cmd);
 
   static bool s_preserveStateAfterException;
 
@@ -164,16 +165,11 @@ class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand 
   ModulePtr endModule;
   ModulePtr horizonModule;
   ModulePtr lastExecutedModule;
-  /// End, and its dependencies back to start.
-  ModuleSet dependencyCollection;
-  ModuleSet visitedModules;
-  /// Start, and its followers up to end.
-  ModuleSet successorCollection;
-  ModuleQueue moduleQueue;
+  /// The range, what has been visited of it, and the queue of the modules on the way to the end.
+  std::unique_ptr<UpdateOrder> order;
   /// Modules off the way to the end whose sub-graphs wait for their auto apply.
   ModuleQueue subGraphQueue;
-  /// Both queues as they were when the last apply command was issued.
-  ModuleQueue savedModuleQueue;
+  /// The queue as it was when the last apply command was issued.
   ModuleQueue savedSubGraphQueue;
   /// The first apply command of the run has been issued.
   bool applyStarted = false;

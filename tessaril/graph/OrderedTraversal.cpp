@@ -5,18 +5,17 @@
 
 #include "tessaril/graph/ApplyGraph.h"
 #include "tessaril/graph/ModuleNumbers.h"
-#include "tessaril/graph/ReadyOrder.h"
+#include "tessaril/graph/NumberSet.h"
+#include "tessaril/graph/OrderedQueue.h"
 #include "tessaril/module/ApplyModule.h"
 
 // The ordered traversals
 //
 // 1. Find the modules that the traversal belongs to, number them, and hold them. The links along
 //    which the traversal goes are followed once, and kept as numbers.
-// 2. Take the first entry of the queue whose module is ready (see ReadyOrder), call back, mark the
+// 2. Take the first entry of the queue whose module is ready (see OrderedQueue), call back, mark
+// the
 //    module visited and append its neighbours.
-// 3. A module that is not ready watches one unvisited neighbour that it waits for. When that one is
-//    visited, the search for another one goes on where it had stopped: every link is looked at
-//    once.
 
 namespace Tessaril {
 namespace {
@@ -27,27 +26,6 @@ using LinksOf = const Links& (ApplyModule::*)() const;
 using Number = ModuleNumbers::Number;
 
 constexpr Number kNone = ModuleNumbers::kNone;
-
-/// The modules of a list, to be asked by number.
-class NumberSet {
- public:
-  NumberSet() = default;
-  explicit NumberSet(const std::vector<Number>& members) {
-    for (const Number member : members) {
-      insert(member);
-    }
-  }
-  void insert(Number number) {
-    if (number >= isMember.size()) {
-      isMember.resize(number + 1);
-    }
-    isMember[number] = true;
-  }
-  bool contains(Number number) const { return number < isMember.size() && isMember[number]; }
-
- private:
-  std::vector<bool> isMember;
-};
 
 class Traversal {
  public:
@@ -67,41 +45,32 @@ class Traversal {
 
   /// What lies behind end; nothing without one.
   NumberSet beyondEnd() {
-    return last == kNone ? NumberSet() : NumberSet(reach(last, kNone, onwardLinks, false));
+    return last == kNone ? NumberSet() : setOf(reach(last, kNone, onwardLinks, false));
   }
   /// End and what it depends on, back to start; nothing without an end.
   NumberSet wayToEnd() {
     NumberSet way;
     if (last != kNone) {
-      way = NumberSet(reach(last, first, waitLinks, false));
+      way = setOf(reach(last, first, waitLinks, false));
       way.insert(last);
     }
     return way;
   }
 
   void push(Number number, bool flag) {
-    Node& node = nodes[number];
-    if (node.state == State::Visited) {
-      return;
+    if (!nodes[number].isVisited) {
+      queue.push(number, flag, Search{*this});
     }
-    if (node.state == State::Unknown) {
-      lookForUnvisited(number);
-    }
-    order.push(number, flag, node.state == State::Ready);
   }
 
-  std::optional<ReadyOrder::Taken> take() { return order.take(); }
+  std::optional<ReadyOrder::Taken> take() {
+    return queue.take([this](Number number) { return nodes[number].isVisited; });
+  }
 
   void setVisited(Number number) {
-    nodes[number].state = State::Visited;
+    nodes[number].isVisited = true;
     lastVisited = number;
-    for (Number waiting = std::exchange(nodes[number].firstWatcher, kNone); waiting != kNone;) {
-      const Number next = nodes[waiting].nextWatcher;
-      if (lookForUnvisited(waiting)) {
-        order.setReady(waiting);
-      }
-      waiting = next;
-    }
+    queue.noteVisited(number, Search{*this});
   }
 
   const ModulePtr& module(Number number) const { return numbers[number]; }
@@ -126,20 +95,28 @@ class Traversal {
   }
 
  private:
-  enum class State : std::uint8_t { Unknown, Waiting, Ready, Visited };
+  struct Search {
+    const Traversal& traversal;
+    Number operator()(Number number, std::uint32_t& searched) const {
+      return traversal.findUnvisited(number, searched);
+    }
+  };
   static constexpr std::size_t kNotFollowed = static_cast<std::size_t>(-1);
 
   struct Node {
     std::size_t onwardBegin = kNotFollowed;
     std::size_t onwardEnd = 0;
-    /// Where the search for an unvisited neighbour goes on.
-    std::uint32_t searched = 0;
-    /// The modules that watch this one.
-    Number firstWatcher = kNone;
-    Number nextWatcher = kNone;
     bool isInScope = false;
-    State state = State::Unknown;
+    bool isVisited = false;
   };
+
+  static NumberSet setOf(const std::vector<Number>& members) {
+    NumberSet set;
+    for (const Number member : members) {
+      set.insert(member);
+    }
+    return set;
+  }
 
   Number add(const ModulePtr& module) {
     const Number number = numbers.add(module).first;
@@ -195,25 +172,24 @@ class Traversal {
     }
   }
 
-  /// Goes on with the search of a module for an unvisited neighbour in scope. True when there is
-  /// none left: the module is ready. Otherwise the module watches the neighbour.
-  bool lookForUnvisited(Number number) {
-    Node& node = nodes[number];
+  Number findUnvisited(Number number, std::uint32_t& searched) const {
     const Links& links = (*numbers[number].*waitLinks)();
-    for (; node.searched < links.size(); ++node.searched) {
-      const ModulePtr neighbour = links[node.searched].lock();
-      if (neighbour == nullptr || (lastVisited != kNone && neighbour == numbers[lastVisited])) {
+    for (; searched < links.size(); ++searched) {
+      if (isLastVisited(links[searched])) {
         continue;
       }
-      const Number found = numbers.find(neighbour.get());
-      if (found != kNone && nodes[found].isInScope && nodes[found].state != State::Visited) {
-        node.nextWatcher = std::exchange(nodes[found].firstWatcher, number);
-        node.state = State::Waiting;
-        return false;
+      const ModulePtr neighbour = links[searched].lock();
+      const Number found = neighbour != nullptr ? numbers.find(neighbour.get()) : kNone;
+      if (found != kNone && nodes[found].isInScope && !nodes[found].isVisited) {
+        return found;
       }
     }
-    node.state = State::Ready;
-    return true;
+    return kNone;
+  }
+
+  /// Usually the answer for the only neighbour that a module has to wait for.
+  bool isLastVisited(const std::weak_ptr<ApplyModule>& link) const {
+    return lastVisited != kNone && link.lock() == numbers[lastVisited];
   }
 
   LinksOf onwardLinks;
@@ -222,7 +198,7 @@ class Traversal {
   std::vector<Node> nodes;
   /// The neighbours onwards of the modules whose links were followed, one module after the other.
   std::vector<Number> onwardNumbers;
-  ReadyOrder order;
+  OrderedQueue queue;
   Number lastVisited = kNone;
   Number first;
   Number last = kNone;

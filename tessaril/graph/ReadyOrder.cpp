@@ -14,7 +14,7 @@ constexpr std::uint64_t kLongestStep = std::uint64_t{1} << 32;
 
 }  // namespace
 
-void ReadyOrder::push(Number module, bool flag, bool isReady) {
+void ReadyOrder::push(Number module, bool flag, bool isCandidate) {
   const auto index = static_cast<Index>(entries.size());
   if (module >= firstOfModule.size()) {
     firstOfModule.resize(module + 1, kNone);
@@ -31,52 +31,112 @@ void ReadyOrder::push(Number module, bool flag, bool isReady) {
   if (cursor == kNone) {
     cursor = index;
   }
-  if (isReady) {
+  if (isCandidate) {
     (atTail ? fromCursorOn : beforeCursor).inOrder.push_back(index);
   }
 }
 
-void ReadyOrder::setReady(Number module) {
+void ReadyOrder::setCandidate(Number module) {
   for (Index index = module < firstOfModule.size() ? firstOfModule[module] : kNone; index != kNone;
        index = entries[index].nextOfModule) {
-    addToHeap(isFromCursorOn(index) ? fromCursorOn : beforeCursor, index);
+    if (!entries[index].isRemoved) {
+      addToHeap(isFromCursorOn(index) ? fromCursorOn : beforeCursor, index);
+    }
   }
 }
 
-std::optional<ReadyOrder::Taken> ReadyOrder::take() {
-  const Index index = takeFirstLiving();
-  if (index == kNone) {
-    return std::nullopt;
+/// kNone when there is none, wherever the cursor stands.
+ReadyOrder::Index ReadyOrder::takeFirstCandidate() {
+  const Index index = takeFirst(fromCursorOn);
+  if (index != kNone) {
+    return index;
   }
-  cursor = index;
-  unlink(index);
+  comeRound();
+  return takeFirst(fromCursorOn);
+}
+
+ReadyOrder::Taken ReadyOrder::takeOut(Index index) {
+  cursor = entries[index].behind;
+  remove(index);
   if (cursor == kNone) {
     comeRound();
   }
-  const Taken taken{entries[index].module, entries[index].flag};
-  for (Index other = firstOfModule[taken.module]; other != kNone;
-       other = entries[other].nextOfModule) {
-    entries[other].isDead = true;
-  }
-  firstOfModule[taken.module] = kNone;
-  return taken;
+  return {entries[index].module, entries[index].flag};
 }
 
-ReadyOrder::Index ReadyOrder::takeFirstLiving() {
-  for (bool hasComeRound = false;;) {
-    const Index index = takeFirst(fromCursorOn);
-    if (index == kNone) {
-      if (hasComeRound) {
-        return kNone;
-      }
-      comeRound();
-      hasComeRound = true;
-    } else if (entries[index].isDead) {
-      unlink(index);
-    } else {
-      return index;
-    }
+void ReadyOrder::remove(Index index) {
+  entries[index].isRemoved = true;
+  if (isSaved) {
+    removedSinceSave.push_back(index);
+  } else {
+    unlink(index);
   }
+}
+
+void ReadyOrder::drop() {
+  fromCursorOn.clear();
+  beforeCursor.clear();
+  for (Index index = head; index != kNone;) {
+    const Index behind = entries[index].behind;
+    if (!entries[index].isRemoved) {
+      remove(index);
+    }
+    index = behind;
+  }
+  cursor = head;
+}
+
+void ReadyOrder::clear() {
+  forEachPushed([this](Number module) { firstOfModule[module] = kNone; });
+  entries.clear();
+  head = tail = cursor = kNone;
+  fromCursorOn.clear();
+  beforeCursor.clear();
+  isSaved = false;
+  removedSinceSave.clear();
+}
+
+template <typename Use>
+void ReadyOrder::forEachLinked(Index first, const Use& use) const {
+  for (Index index = first; index != kNone; index = entries[index].behind) {
+    use(index);
+  }
+  for (Index index = head; index != first; index = entries[index].behind) {
+    use(index);
+  }
+}
+
+std::vector<ReadyOrder::Number> ReadyOrder::modules() const {
+  std::vector<Number> found;
+  forEachLinked(cursor, [&](Index index) {
+    if (!entries[index].isRemoved) {
+      found.push_back(entries[index].module);
+    }
+  });
+  return found;
+}
+
+void ReadyOrder::save() {
+  for (const Index index : removedSinceSave) {
+    unlink(index);
+  }
+  removedSinceSave.clear();
+  if (cursor == kNone) {
+    comeRound();
+  }
+  isSaved = true;
+  savedCursor = cursor;
+  savedCount = entries.size();
+}
+
+std::vector<ReadyOrder::Number> ReadyOrder::savedModules() const {
+  std::vector<Number> found;
+  forEachLinked(savedCursor, [&](Index index) {
+    if (index < savedCount) {
+      found.push_back(entries[index].module);
+    }
+  });
+  return found;
 }
 
 void ReadyOrder::link(Index index, Index before, Index behind) {
@@ -98,30 +158,34 @@ void ReadyOrder::unlink(Index index) {
 void ReadyOrder::comeRound() {
   cursor = head;
   std::swap(fromCursorOn, beforeCursor);
-  beforeCursor.inOrder.clear();
-  beforeCursor.taken = 0;
-  beforeCursor.heap.clear();
+  beforeCursor.clear();
+}
+
+void ReadyOrder::Candidates::clear() {
+  inOrder.clear();
+  taken = 0;
+  heap.clear();
 }
 
 /// kNone when there is nothing more.
-ReadyOrder::Index ReadyOrder::takeFirst(Ready& ready) {
-  const bool hasInOrder = ready.taken < ready.inOrder.size();
-  if (ready.heap.empty()) {
-    return hasInOrder ? ready.inOrder[ready.taken++] : kNone;
+ReadyOrder::Index ReadyOrder::takeFirst(Candidates& candidates) {
+  const bool hasInOrder = candidates.taken < candidates.inOrder.size();
+  if (candidates.heap.empty()) {
+    return hasInOrder ? candidates.inOrder[candidates.taken++] : kNone;
   }
-  if (hasInOrder && !isLater(ready.inOrder[ready.taken], ready.heap.front())) {
-    return ready.inOrder[ready.taken++];
+  if (hasInOrder && !isLater(candidates.inOrder[candidates.taken], candidates.heap.front())) {
+    return candidates.inOrder[candidates.taken++];
   }
-  std::pop_heap(ready.heap.begin(), ready.heap.end(),
+  std::pop_heap(candidates.heap.begin(), candidates.heap.end(),
                 [this](Index left, Index right) { return isLater(left, right); });
-  const Index index = ready.heap.back();
-  ready.heap.pop_back();
+  const Index index = candidates.heap.back();
+  candidates.heap.pop_back();
   return index;
 }
 
-void ReadyOrder::addToHeap(Ready& ready, Index index) {
-  ready.heap.push_back(index);
-  std::push_heap(ready.heap.begin(), ready.heap.end(),
+void ReadyOrder::addToHeap(Candidates& candidates, Index index) {
+  candidates.heap.push_back(index);
+  std::push_heap(candidates.heap.begin(), candidates.heap.end(),
                  [this](Index left, Index right) { return isLater(left, right); });
 }
 

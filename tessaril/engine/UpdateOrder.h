@@ -1,0 +1,193 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "tessaril/graph/ModuleNumbers.h"
+#include "tessaril/graph/NumberSet.h"
+#include "tessaril/graph/OrderedQueue.h"
+
+// Internal to the library.
+
+namespace Tessaril {
+
+class ApplyModule;
+
+/// In which order an update visits its graph. What ApplyGraph::getNextModuleInOrder() would answer,
+/// asked with queues and sets of modules, is found here on numbers: every module that the run meets
+/// gets one and is held until the next run; every list of links is read once.
+///
+/// The graph may change while a run waits for commands of the application. When links have been
+/// edited (see LinkEdits), lists are read anew and the queues are filled anew, in their order, so
+/// the answers are always those for the links as they are. The range stays what it was.
+class UpdateOrder {
+ public:
+  using ModulePtr = std::shared_ptr<ApplyModule>;
+  using Number = ModuleNumbers::Number;
+  class SubGraph;
+
+  UpdateOrder();
+  UpdateOrder(const UpdateOrder&) = delete;
+  UpdateOrder& operator=(const UpdateOrder&) = delete;
+  ~UpdateOrder();
+
+  /// Queues start behind what a run before has left in the queue, forgets what was visited and
+  /// finds the range. What the queue was when it was saved is kept.
+  void begin(const ModulePtr& start, const ModulePtr& end);
+
+  const ModulePtr& module(Number number) const { return modules[number]; }
+  Number numberOf(const ModulePtr& module) { return modules.add(module).first; }
+  /// True for the end and its dependencies back to the start.
+  bool isOnTheWay(Number number) const { return dependencyCollection.contains(number); }
+  bool isOnTheWay(const ApplyModule& module) const { return isOnTheWay(modules.find(&module)); }
+
+  void setVisited(Number number);
+  void setUnvisited(const ModulePtr& module);
+
+  /// The first module in the queue that waits for no unvisited module of the range; nothing, and an
+  /// empty queue, when there is none.
+  std::optional<Number> takeNext();
+  void queue(Number number);
+  void saveQueue();
+  void restoreQueue();
+
+  /// Calls `use` with every live next module, in list order. `use` must not call the application.
+  template <typename Use>
+  void forEachNext(Number number, const Use& use) {
+    followEdits();
+    const List list = read(next, number);
+    for (std::uint32_t i = list.begin; i != list.end; ++i) {
+      use(next.numbers[i]);
+    }
+  }
+
+  /// True for the horizon and its dependencies. Requires: one horizon a run.
+  bool isUpstreamOf(const ModulePtr& horizon, Number number);
+
+  /// Calls `use` with the modules that ApplyGraph::forSemanticOrderedModuleRange() visits.
+  template <typename Use>
+  void forEachInRange(Number from, Number end, const Use& use) {
+    findRangeOrder(from, end);
+    for (std::size_t i = rangeBegin; i < rangeOrder.size(); ++i) {
+      use(*modules[rangeOrder[i]]);
+    }
+  }
+
+ private:
+  using Links = std::vector<std::weak_ptr<ApplyModule>>;
+  static constexpr Number kNone = ModuleNumbers::kNone;
+
+  /// Places in the numbers of its side.
+  struct List {
+    std::uint32_t begin = 0;
+    std::uint32_t end = 0;
+    std::uint32_t edition = 0;
+
+    std::uint32_t size() const { return end - begin; }
+  };
+  /// The links of all modules in one direction, as far as they have been read.
+  struct Side {
+    const Links& (ApplyModule::*linksOf)() const;
+    std::vector<List> lists{};
+    std::vector<Number> numbers{};
+  };
+  class Counts {
+   public:
+    std::uint32_t operator[](Number number) const { return in.contains(number) ? of[number] : 0; }
+    /// True if it is the first time.
+    bool add(Number number);
+    void clear() { in.clear(); }
+
+   private:
+    NumberSet in;
+    std::vector<std::uint32_t> of;
+  };
+  /// What a sub-graph needs for its visit, kept for the next one.
+  struct Work {
+    OrderedQueue queue;
+    NumberSet scope;
+    std::vector<Number> members;
+  };
+
+  void forget();
+  void followEdits();
+  void refillQueues();
+  List read(Side& side, Number number);
+  template <typename Meet>
+  void gather(Number from, Number stop, Side& side, const Meet& meet);
+  Number findUnvisited(Number number, std::uint32_t& searched, const NumberSet& scope,
+                       const NumberSet& visited);
+  auto searchIn(const NumberSet& scope);
+  bool isVisited(Number number) const { return visitedModules.contains(number); }
+  std::vector<ModulePtr> modulesOf(const std::vector<Number>& numbers) const;
+  void keepSavedQueue();
+  void noteReopened();
+
+  void findRangeOrder(Number from, Number end);
+  bool leadsOnlyOn(std::size_t place);
+  void makeRangeOrder(Number from, Number end);
+
+  ModuleNumbers modules;
+  std::uint64_t editsSeen;
+  /// Lists of another edition have to be read anew.
+  std::uint32_t edition = 1;
+  Side next;
+  Side previous;
+  std::vector<Number> stack;
+
+  NumberSet dependencyCollection;
+  NumberSet successorCollection;
+  NumberSet visitedModules;
+  OrderedQueue moduleQueue;
+  /// The queue when it was saved, unless the queue itself knows.
+  std::vector<Number> savedModuleQueue;
+  bool queueKnowsSaved = false;
+
+  /// Modules behind which there is nothing unvisited. A reopening makes them unknown.
+  NumberSet closed;
+  std::uint32_t reopenings = 0;
+  SubGraph* innermost = nullptr;
+  std::vector<std::unique_ptr<Work>> idle;
+
+  bool upstreamIsKnown = false;
+  NumberSet upstream;
+
+  std::vector<Number> rangeOrder;
+  std::size_t rangeBegin = 0;
+  Number rangeEnd = kNone;
+  Counts metForwards;
+  Counts metBackwards;
+  NumberSet rangeScope;
+  NumberSet rangeVisited;
+  OrderedQueue rangeQueue;
+};
+
+/// The visit of one module and everything behind it, in order, leaving out what the run has visited
+/// before. Visits may be nested.
+class UpdateOrder::SubGraph {
+ public:
+  SubGraph(UpdateOrder& order, Number root);
+  SubGraph(const SubGraph&) = delete;
+  SubGraph& operator=(const SubGraph&) = delete;
+  ~SubGraph();
+
+  std::optional<Number> takeNext();
+  void queueNextOf(Number number);
+
+ private:
+  friend class UpdateOrder;
+
+  void queue(Number number);
+  void refill();
+  void end();
+
+  UpdateOrder& order;
+  SubGraph* outer;
+  std::unique_ptr<Work> work;
+  std::uint32_t reopenings;
+  bool isOver = false;
+};
+
+}  // namespace Tessaril

@@ -1,0 +1,123 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "tessaril/graph/ReadyOrder.h"
+
+// Internal to the library.
+
+namespace Tessaril {
+
+/// The work queue of ReadyOrder, together with the knowledge of who waits for whom: a module that
+/// is not ready watches one unvisited neighbour that it waits for. When that one is visited, the
+/// search for another one goes on where it had stopped, so every link is looked at once.
+///
+/// `Search`: Number(Number module, std::uint32_t& searched), the first neighbour from place
+/// `searched` of the module's neighbours on that the module has to wait for, with `searched` left
+/// at its place; kNone when there is none, or when the module itself is visited.
+///
+/// Whatever else changes the answers of a search than a module that becomes visited, a module that
+/// becomes unvisited or an edited link: the queue has to be filled anew.
+class OrderedQueue {
+ public:
+  using Number = ReadyOrder::Number;
+  static constexpr Number kNone = 0xFFFF'FFFF;
+
+  template <typename Search>
+  void push(Number module, bool flag, const Search& search) {
+    if (nodeOf(module).state == State::Unknown) {
+      lookForUnvisited(module, search);
+    }
+    order.push(module, flag, nodes[module].state == State::Candidate);
+  }
+
+  template <typename IsVisited>
+  std::optional<ReadyOrder::Taken> take(const IsVisited& isVisited) {
+    return order.take(isVisited);
+  }
+
+  /// To be called when the module has become visited.
+  template <typename Search>
+  void noteVisited(Number module, const Search& search) {
+    if (module >= nodes.size()) {
+      return;
+    }
+    if (nodes[module].state == State::Waiting) {
+      setCandidate(module);
+    }
+    Number waiting = std::exchange(nodes[module].firstWatcher, kNone);
+    while (waiting != kNone) {
+      const Number next = nodes[waiting].nextWatcher;
+      nodes[waiting].watched = kNone;
+      if (nodes[waiting].state == State::Waiting && lookForUnvisited(waiting, search)) {
+        order.setCandidate(waiting);
+      }
+      waiting = next;
+    }
+  }
+
+  void drop() { order.drop(); }
+
+  void clear() {
+    order.forEachPushed([this](Number module) {
+      if (const Number watched = nodes[module].watched; watched != kNone) {
+        nodes[watched].firstWatcher = kNone;
+      }
+      nodes[module] = Node();
+    });
+    order.clear();
+  }
+
+  std::vector<Number> modules() const { return order.modules(); }
+  void save() { order.save(); }
+  std::vector<Number> savedModules() const { return order.savedModules(); }
+
+ private:
+  enum class State : std::uint8_t { Unknown, Waiting, Candidate };
+
+  struct Node {
+    /// Where the search for an unvisited neighbour goes on.
+    std::uint32_t searched = 0;
+    Number watched = kNone;
+    /// The modules that watch this one.
+    Number firstWatcher = kNone;
+    Number nextWatcher = kNone;
+    State state = State::Unknown;
+  };
+
+  Node& nodeOf(Number module) {
+    if (module >= nodes.size()) {
+      nodes.resize(2 * std::size_t{module} + 2);
+    }
+    return nodes[module];
+  }
+
+  void setCandidate(Number module) {
+    nodes[module].state = State::Candidate;
+    order.setCandidate(module);
+  }
+
+  /// True when the module has nothing to wait for any more.
+  template <typename Search>
+  bool lookForUnvisited(Number module, const Search& search) {
+    const Number found = search(module, nodes[module].searched);
+    if (found == kNone) {
+      nodes[module].state = State::Candidate;
+      return true;
+    }
+    Node& watchedNode = nodeOf(found);
+    Node& node = nodes[module];
+    node.nextWatcher = std::exchange(watchedNode.firstWatcher, module);
+    node.watched = found;
+    node.state = State::Waiting;
+    return false;
+  }
+
+  ReadyOrder order;
+  std::vector<Node> nodes;
+};
+
+}  // namespace Tessaril
