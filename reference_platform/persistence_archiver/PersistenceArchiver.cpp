@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <utility>
@@ -25,6 +26,8 @@ constexpr std::size_t kSizeAt = 12;
 constexpr std::size_t kClassTableAt = 16;
 constexpr std::size_t kHeadSize = 20;
 constexpr std::size_t kCountSize = 4;
+/// End address, type id.
+constexpr std::size_t kFrameSize = 8;
 constexpr std::size_t kChecksumSize = 4;
 constexpr std::size_t kSmallestArchive = kHeadSize + kCountSize + kChecksumSize;
 /// Type id, length of the name, version.
@@ -33,20 +36,31 @@ constexpr std::size_t kSmallestClass = 12;
 /// The version of a class that is registered without one of its own.
 constexpr unsigned int kDefaultClassVersion = 500002;
 
+/// The same number with its bytes in the other order on a machine that keeps the highest first.
 template <typename Number>
-Number numberAt(std::string_view text) {
-  Number value = 0;
-  for (std::size_t i = sizeof(Number); i-- > 0;) {
-    value = static_cast<Number>(value << 8 | static_cast<unsigned char>(text[i]));
+Number littleEndian(Number value) {
+  if constexpr (std::endian::native == std::endian::little || sizeof(Number) == 1) {
+    return value;
+  } else {
+    Number swapped = 0;
+    for (std::size_t i = 0; i < sizeof(Number); ++i) {
+      swapped = static_cast<Number>(swapped << 8 | (value >> (8 * i) & 0xFF));
+    }
+    return swapped;
   }
-  return value;
+}
+
+template <typename Number>
+Number numberAt(const char* place) {
+  Number value = 0;
+  std::memcpy(&value, place, sizeof(Number));
+  return littleEndian(value);
 }
 
 template <typename Number>
 void putNumber(char* place, Number value) {
-  for (std::size_t i = 0; i < sizeof(Number); ++i) {
-    place[i] = static_cast<char>(value >> (8 * i) & 0xFF);
-  }
+  value = littleEndian(value);
+  std::memcpy(place, &value, sizeof(Number));
 }
 
 std::uint32_t checksumOf(std::string_view text) {
@@ -60,13 +74,13 @@ bool canBeRead(const BaseClassRegister& record) {
 }
 
 /// The object as the class that the casters lead to.
-std::shared_ptr<void> asBase(const std::shared_ptr<void>& object,
+std::shared_ptr<void> asBase(std::shared_ptr<void> object,
                              const ClassRegistry::CasterPath& casters) {
   void* address = object.get();
   for (const Caster* caster : casters) {
     address = caster->toBase(address);
   }
-  return {object, address};
+  return {std::move(object), address};
 }
 
 /// The archived class as this program knows it, with the version that was written.
@@ -136,6 +150,7 @@ unsigned int PersistenceArchiver::getCurrentVersion(unsigned int typeId) {
 PersistenceArchiver::PersistenceArchiver() {
   bytes = kMagic;
   bytes.resize(kHeadSize);
+  next = limit = kHeadSize;
 }
 
 PersistenceArchiver::PersistenceArchiver(std::string archive)
@@ -159,8 +174,10 @@ std::string PersistenceArchiver::finish() {
   putNumber<std::uint32_t>(&bytes[kFormatVersionAt], kFormatVersion);
   putNumber<std::uint32_t>(&bytes[kSizeAt], size);
   putNumber<std::uint32_t>(&bytes[kClassTableAt], tableAddress);
-  writeNumber(checksumOf(bytes));
+  writeNumber(checksumOf(std::string_view(bytes).substr(0, next)));
   mode = Mode::Written;
+  bytes.resize(next);
+  next = limit = 0;
   return std::move(bytes);
 }
 
@@ -172,9 +189,7 @@ void PersistenceArchiver::readHead() {
     throw ArchiveException("cut at byte " + std::to_string(bytes.size()) +
                            ", within the head of the archive");
   }
-  const auto numberInHead = [this](std::size_t at) {
-    return numberAt<std::uint32_t>(std::string_view(bytes).substr(at));
-  };
+  const auto numberInHead = [this](std::size_t at) { return numberAt<std::uint32_t>(&bytes[at]); };
   const std::size_t size = numberInHead(kSizeAt);
   if (bytes.size() != size) {
     throw ArchiveException((bytes.size() < size ? "cut at byte " : "damaged: goes on to byte ") +
@@ -199,16 +214,16 @@ void PersistenceArchiver::readHead() {
     throw ArchiveException("damaged: byte 16 says that the class table begins at byte " +
                            std::to_string(tableAddress));
   }
-  bodyEnd = checksumAt;
-  readPosition = tableAddress;
+  next = tableAddress;
+  limit = bodyEnd = checksumAt;
   readClassTable();
-  bodyEnd = tableAddress;
-  readPosition = kHeadSize;
+  next = kHeadSize;
+  limit = bodyEnd = tableAddress;
 }
 
 void PersistenceArchiver::readClassTable() {
   const auto count = readNumber<std::uint32_t>();
-  if (count > (bodyEnd - readPosition) / kSmallestClass) {
+  if (count > (bodyEnd - next) / kSmallestClass) {
     refuse("a class table of " + std::to_string(count) + " classes does not fit into the archive");
   }
   for (std::uint32_t i = 0; i < count; ++i) {
@@ -225,8 +240,8 @@ void PersistenceArchiver::readClassTable() {
 
 void PersistenceArchiver::requireEnd() const {
   requireMode(Mode::Reading);
-  if (readPosition != bodyEnd) {
-    refuse(std::to_string(bodyEnd - readPosition) + " bytes are left over");
+  if (next != bodyEnd) {
+    refuse(std::to_string(bodyEnd - next) + " bytes are left over");
   }
 }
 
@@ -254,8 +269,10 @@ PersistenceArchiver& PersistenceArchiver::operator<<(const double& value) {
 }
 
 PersistenceArchiver& PersistenceArchiver::operator<<(const std::string& value) {
-  writeNumber(static_cast<std::uint32_t>(value.size()));
-  append(value);
+  constexpr std::size_t kLengthSize = sizeof(std::uint32_t);
+  char* const room = roomFor(kLengthSize + value.size());
+  putNumber(room, static_cast<std::uint32_t>(value.size()));
+  value.copy(room + kLengthSize, value.size());
   return *this;
 }
 
@@ -285,15 +302,14 @@ PersistenceArchiver& PersistenceArchiver::operator>>(double& value) {
 }
 
 PersistenceArchiver& PersistenceArchiver::operator>>(std::string& value) {
-  value = take(readNumber<std::uint32_t>());
+  const std::size_t size = readNumber<std::uint32_t>();
+  value.assign(take(size), size);
   return *this;
 }
 
 template <typename Number>
 PersistenceArchiver& PersistenceArchiver::writeNumber(Number value) {
-  char place[sizeof(Number)];
-  putNumber(place, value);
-  append({place, sizeof(Number)});
+  putNumber(roomFor(sizeof(Number)), value);
   return *this;
 }
 
@@ -302,24 +318,38 @@ Number PersistenceArchiver::readNumber() {
   return numberAt<Number>(take(sizeof(Number)));
 }
 
-void PersistenceArchiver::append(std::string_view text) {
-  requireMode(Mode::Writing);
-  constexpr std::size_t kLargestArchive = std::numeric_limits<std::uint32_t>::max();
-  if (text.size() > kLargestArchive - kChecksumSize - bytes.size()) {
-    throw ArchiveException("An archive cannot be larger than 4 GiB");
+char* PersistenceArchiver::roomFor(std::size_t size) {
+  if (mode != Mode::Writing || size > limit - next) {
+    makeRoom(size);
   }
-  bytes += text;
+  char* const room = bytes.data() + next;
+  next += size;
+  return room;
 }
 
-std::string_view PersistenceArchiver::take(std::size_t size) {
-  requireMode(Mode::Reading);
-  const std::size_t left = blockEnd() - readPosition;
-  if (size > left) {
-    refuse(std::to_string(size) + " bytes are needed where " + std::to_string(left) + " are left");
+void PersistenceArchiver::makeRoom(std::size_t size) {
+  requireMode(Mode::Writing);
+  constexpr std::size_t kMostBytes = std::numeric_limits<std::uint32_t>::max() - kChecksumSize;
+  if (size > kMostBytes - next) {
+    throw ArchiveException("An archive cannot be larger than 4 GiB");
   }
-  const std::string_view taken = std::string_view(bytes).substr(readPosition, size);
-  readPosition += size;
+  limit = std::max(next + size, std::min(2 * limit, kMostBytes));
+  bytes.resize(limit);
+}
+
+const char* PersistenceArchiver::take(std::size_t size) {
+  if (mode != Mode::Reading || size > limit - next) {
+    refuseToTake(size);
+  }
+  const char* const taken = bytes.data() + next;
+  next += size;
   return taken;
+}
+
+void PersistenceArchiver::refuseToTake(std::size_t size) const {
+  requireMode(Mode::Reading);
+  refuse(std::to_string(size) + " bytes are needed where " + std::to_string(limit - next) +
+         " are left");
 }
 
 // Framed blocks
@@ -328,9 +358,7 @@ std::fpos<std::mbstate_t> PersistenceArchiver::tellp() const {
   return static_cast<std::streamoff>(position());
 }
 
-unsigned int PersistenceArchiver::position() const {
-  return static_cast<unsigned int>(mode == Mode::Reading ? readPosition : bytes.size());
-}
+unsigned int PersistenceArchiver::position() const { return static_cast<unsigned int>(next); }
 
 std::size_t PersistenceArchiver::blockEnd() const {
   return openBlocks.empty() ? bodyEnd : openBlocks.back();
@@ -349,10 +377,17 @@ void PersistenceArchiver::mark_object_start(unsigned int start, unsigned int typ
     throw std::logic_error("A block begins 4 bytes behind the present position");
   }
   openBlock(start);
-  writeNumber(std::uint32_t{0});
-  writeNumber(static_cast<std::uint32_t>(typeHash));
-  const BaseClassRegister* record = ClassRegistry::get().find(typeHash);
-  if (record != nullptr && classTable.try_emplace(typeHash, *record).second) {
+  char* const frame = roomFor(kFrameSize);
+  putNumber<std::uint32_t>(frame, 0);
+  putNumber<std::uint32_t>(frame + sizeof(std::uint32_t), typeHash);
+  if (!classTable.contains(typeHash)) {
+    nameClass(typeHash);
+  }
+}
+
+void PersistenceArchiver::nameClass(unsigned int typeHash) {
+  if (const BaseClassRegister* record = ClassRegistry::get().find(typeHash)) {
+    classTable.emplace(typeHash, *record);
     classes.push_back({typeHash, getRegisteredName(typeHash), record->registeredVersion});
   }
 }
@@ -370,10 +405,11 @@ void PersistenceArchiver::read_to_address_header(unsigned int& start, unsigned i
   const unsigned int place = position();
   end = readNumber<std::uint32_t>();
   start = position();
-  if (end < start + sizeof(std::uint32_t) || end > blockEnd()) {
+  if (end < start + sizeof(std::uint32_t) || end > limit) {
     refuseAt(place, "a block is said to end at byte " + std::to_string(end));
   }
   openBlock(end);
+  limit = end;
 }
 
 void PersistenceArchiver::end_read_to_address(unsigned int end) {
@@ -381,14 +417,15 @@ void PersistenceArchiver::end_read_to_address(unsigned int end) {
   if (openBlocks.empty() || openBlocks.back() != end) {
     throw std::logic_error("The innermost block is closed first");
   }
-  readPosition = end;
+  next = end;
   openBlocks.pop_back();
+  limit = blockEnd();
 }
 
 void PersistenceArchiver::check_container_size(unsigned int count) const {
   requireMode(Mode::Reading);
   // Every element takes a byte at least.
-  if (const std::size_t left = blockEnd() - readPosition; count > left) {
+  if (const std::size_t left = limit - next; count > left) {
     refuse(std::to_string(count) + " elements cannot be held by " + std::to_string(left) +
            " bytes");
   }
@@ -411,12 +448,16 @@ void PersistenceArchiver::addClass(unsigned int typeHash, const BaseClassRegiste
 
 // Shared objects
 
-void PersistenceArchiver::writeObject(std::shared_ptr<const void> object, unsigned int typeId,
-                                      unsigned int expectedTypeId) {
-  if (object == nullptr) {
-    writeNumber(std::uint32_t{0});
-    return;
-  }
+void PersistenceArchiver::writeNull() { writeNumber(std::uint32_t{0}); }
+
+const PersistenceArchiver::WrittenClass* PersistenceArchiver::findWrittenClass(
+    const std::type_info& type, unsigned int expectedTypeId) const {
+  const auto found = writtenClasses.find({&type, expectedTypeId});
+  return found != writtenClasses.end() ? &found->second : nullptr;
+}
+
+const PersistenceArchiver::WrittenClass& PersistenceArchiver::addWrittenClass(
+    const std::type_info& type, unsigned int typeId, unsigned int expectedTypeId) {
   if (!ClassRegistry::get().pathToBase(typeId, expectedTypeId)) {
     throw ArchiveException("No casters lead from the class " + quotedName(typeId) + " to " +
                            quotedName(expectedTypeId) + ": it could not be read again");
@@ -426,16 +467,22 @@ void PersistenceArchiver::writeObject(std::shared_ptr<const void> object, unsign
     throw ArchiveException("Objects of the class " + quotedName(typeId) +
                            " cannot be stored on their own: the class lacks operations for that");
   }
-  PointerMapContainerBase& container = containerOf(*record);
-  if (const std::uint32_t known = container.numberOf(object.get())) {
+  const WrittenClass written{record, &containerOf(*record)};
+  return writtenClasses.emplace(ReachedClass{&type, expectedTypeId}, written).first->second;
+}
+
+void PersistenceArchiver::writeObject(std::shared_ptr<const void> object,
+                                      const WrittenClass& written) {
+  if (const std::uint32_t known = written.container->numberOf(object.get())) {
     writeNumber(known);
     return;
   }
-  objects.push_back({typeId, &container});
+  const unsigned int typeId = written.record->typeId;
+  objects.push_back({typeId, written.container});
   const auto number = static_cast<std::uint32_t>(objects.size());
-  BaseClassRegister descriptor = *record;
+  BaseClassRegister descriptor = *written.record;
   descriptor.object = const_cast<void*>(object.get());
-  container.keep(number, std::move(object));
+  written.container->keep(number, std::move(object));
   writeNumber(number);
   const auto start = static_cast<unsigned int>(position() + sizeof(std::uint32_t));
   mark_object_start(start, typeId);
@@ -466,23 +513,36 @@ std::shared_ptr<void> PersistenceArchiver::readNewObject(unsigned int expectedTy
   unsigned int typeHash = 0;
   read_to_address_header(start, end);
   *this >> typeHash;
-  BaseClassRegister descriptor = classOfObject(typeHash);
-  if (!canBeRead(descriptor)) {
-    refuseAt(start, "this program cannot make an object of the class " + archivedName(typeHash));
-  }
-  // Asked before the object is made, so that nothing of a wrong class is ever loaded.
-  const auto casters = requireCasters(descriptor.typeId, expectedTypeId);
-  PointerMapContainerBase& container = containerOf(descriptor);
-  objects.push_back({descriptor.typeId, &container});
+  const ReadClass& read = readClass(typeHash, expectedTypeId, start);
+  objects.push_back({read.record.typeId, read.container});
+  BaseClassRegister descriptor = read.record;
   descriptor.object = descriptor.create();
   if (descriptor.object == nullptr) {
     throw std::bad_alloc();
   }
-  const std::shared_ptr<void> object =
-      container.adopt(static_cast<std::uint32_t>(objects.size()), descriptor.object);
+  std::shared_ptr<void> object =
+      read.container->adopt(static_cast<std::uint32_t>(objects.size()), descriptor.object);
   descriptor.load(*this, descriptor);
   end_read_to_address(end);
-  return asBase(object, casters);
+  return asBase(std::move(object), read.casters);
+}
+
+/// Asked before an object is made, so that nothing of a wrong class is ever loaded.
+const PersistenceArchiver::ReadClass& PersistenceArchiver::readClass(unsigned int typeHash,
+                                                                     unsigned int expectedTypeId,
+                                                                     unsigned int start) {
+  const ReachedClass reached{typeHash, expectedTypeId};
+  if (const auto known = readClasses.find(reached); known != readClasses.end()) {
+    return known->second;
+  }
+  const BaseClassRegister record = classOfObject(typeHash);
+  if (!canBeRead(record)) {
+    refuseAt(start, "this program cannot make an object of the class " + archivedName(typeHash));
+  }
+  auto casters = requireCasters(record.typeId, expectedTypeId);
+  PointerMapContainerBase& container = containerOf(record);
+  return readClasses.emplace(reached, ReadClass{record, std::move(casters), &container})
+      .first->second;
 }
 
 BaseClassRegister PersistenceArchiver::classOfObject(unsigned int typeHash) {

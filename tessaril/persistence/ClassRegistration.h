@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <typeinfo>
 
 #include "tessaril/platform/persistence_archiver/ClassOperations.h"
@@ -32,7 +33,7 @@ namespace Tessaril {
 /// hold several of one name, which nothing tells apart: let T, and what derives from it, stand in
 /// named ones.
 template <typename T>
-BaseClassRegister* registerClass(const std::string& name, unsigned int version,
+BaseClassRegister* registerClass(std::string_view name, unsigned int version,
                                  BaseClassRegister::Operation load,
                                  BaseClassRegister::Operation save,
                                  BaseClassRegister::CreateOperation create = nullptr) {
@@ -48,7 +49,7 @@ BaseClassRegister* registerClass(const std::string& name, unsigned int version,
                          : PersistenceArchiver::getCurrentVersion(0);
     record.registeredVersion = record.version;
     BaseClassRegister* const stored =
-        PersistenceArchiver::registerFactory(name, record, record.version);
+        PersistenceArchiver::registerFactory(std::string(name), record, record.version);
     PersistenceArchiver::registerHash(PersistenceArchiver::getHashForName(typeid(T).name()),
                                       stored->typeId);
     return stored;

@@ -28,26 +28,30 @@ unsigned int storedVersion(PersistenceArchiver& archiver, unsigned int typeHash,
 
 }  // namespace
 
-void write(PersistenceArchiver& archiver, Registration registration, const Contents& contents) {
-  const unsigned int start = position(archiver) + 4;
-  BaseClassRegister descriptor;
-  registration(&descriptor);
-  archiver.mark_object_start(start, descriptor.typeId);
-  contents(descriptor);
-  archiver.mark_object_end(start, position(archiver));
+Frame beginWriting(PersistenceArchiver& archiver, Registration registration) {
+  Frame frame;
+  frame.start = position(archiver) + 4;
+  registration(&frame.descriptor);
+  archiver.mark_object_start(frame.start, frame.descriptor.typeId);
+  return frame;
 }
 
-void read(PersistenceArchiver& archiver, Registration registration, const Contents& contents) {
-  unsigned int start = 0;
-  unsigned int end = 0;
-  archiver.read_to_address_header(start, end);
+void endWriting(PersistenceArchiver& archiver, const Frame& frame) {
+  archiver.mark_object_end(frame.start, position(archiver));
+}
+
+Frame beginReading(PersistenceArchiver& archiver, Registration registration) {
+  Frame frame;
+  archiver.read_to_address_header(frame.start, frame.end);
   unsigned int typeHash = 0;
   archiver >> typeHash;
-  BaseClassRegister descriptor;
-  registration(&descriptor);
-  descriptor.version = storedVersion(archiver, typeHash, descriptor);
-  contents(descriptor);
-  archiver.end_read_to_address(end);
+  registration(&frame.descriptor);
+  frame.descriptor.version = storedVersion(archiver, typeHash, frame.descriptor);
+  return frame;
+}
+
+void endReading(PersistenceArchiver& archiver, const Frame& frame) {
+  archiver.end_read_to_address(frame.end);
 }
 
 unsigned int storedCount(std::size_t count) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <vector>
 
 #include "tessaril/Export.h"
@@ -23,15 +22,41 @@ namespace Tessaril {
 namespace NestedRecord {
 
 using Registration = void (*)(void* descriptor);
-using Contents = std::function<void(BaseClassRegister& descriptor)>;
+
+/// A block that is open, and the class of what stands in it.
+struct Frame {
+  /// Without an object; in reading, with the version that was written.
+  BaseClassRegister descriptor;
+  /// The address of the block.
+  unsigned int start = 0;
+  /// In reading, the address of the first byte behind the block.
+  unsigned int end = 0;
+};
+
+// Each block that is begun has to be ended with the same frame, unless something was thrown.
+
+TESSARIL_APPLY_EXPORT Frame beginWriting(PersistenceArchiver& archiver, Registration registration);
+TESSARIL_APPLY_EXPORT void endWriting(PersistenceArchiver& archiver, const Frame& frame);
+TESSARIL_APPLY_EXPORT Frame beginReading(PersistenceArchiver& archiver, Registration registration);
+TESSARIL_APPLY_EXPORT void endReading(PersistenceArchiver& archiver, const Frame& frame);
 
 /// Frames what `contents` writes. `contents` gets the descriptor of the class, without an object.
-TESSARIL_APPLY_EXPORT void write(PersistenceArchiver& archiver, Registration registration,
-                                 const Contents& contents);
+template <typename Contents>
+void write(PersistenceArchiver& archiver, Registration registration, const Contents& contents) {
+  Frame frame = beginWriting(archiver, registration);
+  contents(frame.descriptor);
+  endWriting(archiver, frame);
+}
+
 /// Reads a block by `contents`, which gets the descriptor of the expected class, without an object
 /// and with the version that was written.
-TESSARIL_APPLY_EXPORT void read(PersistenceArchiver& archiver, Registration registration,
-                                const Contents& contents);
+template <typename Contents>
+void read(PersistenceArchiver& archiver, Registration registration, const Contents& contents) {
+  Frame frame = beginReading(archiver, registration);
+  contents(frame.descriptor);
+  endReading(archiver, frame);
+}
+
 /// The number of elements as it stands in an archive. Throws std::length_error where it does not
 /// fit.
 TESSARIL_APPLY_EXPORT unsigned int storedCount(std::size_t count);
@@ -73,8 +98,11 @@ void readContainer(PersistenceArchiver& archiver, std::vector<T>& elements) {
     archiver >> count;
     archiver.check_container_size(count);
     elements.resize(std::min<std::size_t>(count, elements.size()));
+    // Memory is taken as elements arrive: a number that is too large must not claim any for those
+    // that never come. Most containers are short, and have all of it at once.
+    constexpr std::size_t kShort = 4;
+    elements.reserve(std::min<std::size_t>(count, kShort));
     for (std::size_t i = 0; i < count; ++i) {
-      // One by one: a number that is too large must not claim memory for elements that never come.
       if (i == elements.size()) {
         elements.emplace_back();
       }

@@ -2,13 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <ios>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <type_traits>
 #include <typeinfo>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "tessaril/platform/Export.h"
@@ -172,15 +173,25 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   /// loaded and saved by its record, or has no casters to T: it could not be read again.
   template <typename T>
   void writeShared(const std::shared_ptr<T>& object) {
-    writeObject({object, mostDerived(object.get())}, runTimeClass(object.get()),
-                typeIdOf<std::remove_const_t<T>>());
+    const unsigned int expectedTypeId = typeIdOf<std::remove_const_t<T>>();
+    if (object == nullptr) {
+      writeNull();
+      return;
+    }
+    const T& written = *object;
+    const WrittenClass* known = findWrittenClass(typeid(written), expectedTypeId);
+    if (known == nullptr) {
+      known = &addWrittenClass(typeid(written), runTimeClass(written), expectedTypeId);
+    }
+    writeObject({object, mostDerived(&written)}, *known);
   }
   /// Throws ArchiveException for an object that is no T, before it is made, and for one of a class
   /// that is not known here. What constructors and load operations throw passes on.
   template <typename T>
   std::shared_ptr<T> readShared() {
-    const std::shared_ptr<void> object = readObject(typeIdOf<T>());
-    return {object, static_cast<T*>(object.get())};
+    std::shared_ptr<void> object = readObject(typeIdOf<T>());
+    T* const address = static_cast<T*>(object.get());
+    return {std::move(object), address};
   }
 
  private:
@@ -188,6 +199,33 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   struct SharedObject {
     unsigned int typeId;
     PointerMapContainerBase* container;
+  };
+  /// A class whose objects have been written through pointers to one of its bases, or to itself:
+  /// it can be read again that way.
+  struct WrittenClass {
+    const BaseClassRegister* record;
+    PointerMapContainerBase* container;
+  };
+  /// A class whose objects have been read as objects of one of its bases, or as its own.
+  struct ReadClass {
+    /// With the version that was written.
+    BaseClassRegister record;
+    std::vector<const Caster*> casters;
+    PointerMapContainerBase* container;
+  };
+  /// What an object is, and the type id of the class as which it is reached.
+  template <typename Type>
+  struct ReachedClass {
+    Type type;
+    unsigned int expectedTypeId;
+
+    friend bool operator==(const ReachedClass&, const ReachedClass&) = default;
+  };
+  struct ReachedClassHash {
+    template <typename Type>
+    std::size_t operator()(const ReachedClass<Type>& reached) const {
+      return std::hash<Type>()(reached.type) ^ reached.expectedTypeId;
+    }
   };
 
   template <typename T>
@@ -205,24 +243,27 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
     }
   }
   template <typename T>
-  static unsigned int runTimeClass(const T* object) {
+  static unsigned int runTimeClass(const T& object) {
     BaseClassRegister descriptor;
     T::serialization_register(&descriptor);
-    if (object == nullptr) {
-      return descriptor.typeId;
-    }
-    const unsigned int typeId = descriptor.dynamicType(object);
+    const unsigned int typeId = descriptor.dynamicType(&object);
     if (typeId == BaseClassRegister::kNoType) {
-      refuseUnregistered(typeid(*object));
+      refuseUnregistered(typeid(object));
     }
     return typeId;
   }
   [[noreturn]] static void refuseUnregistered(const std::type_info& type);
 
-  void writeObject(std::shared_ptr<const void> object, unsigned int typeId,
-                   unsigned int expectedTypeId);
+  void writeNull();
+  const WrittenClass* findWrittenClass(const std::type_info& type,
+                                       unsigned int expectedTypeId) const;
+  const WrittenClass& addWrittenClass(const std::type_info& type, unsigned int typeId,
+                                      unsigned int expectedTypeId);
+  void writeObject(std::shared_ptr<const void> object, const WrittenClass& written);
   std::shared_ptr<void> readObject(unsigned int expectedTypeId);
   std::shared_ptr<void> readNewObject(unsigned int expectedTypeId);
+  const ReadClass& readClass(unsigned int typeHash, unsigned int expectedTypeId,
+                             unsigned int start);
   std::vector<const Caster*> requireCasters(unsigned int typeId, unsigned int expectedTypeId) const;
   PointerMapContainerBase& containerOf(const BaseClassRegister& record);
 
@@ -231,11 +272,16 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   PersistenceArchiver& writeNumber(Number value);
   template <typename Number>
   Number readNumber();
-  void append(std::string_view text);
-  std::string_view take(std::size_t size);
+  /// Room for the next so many bytes, which are to be filled.
+  char* roomFor(std::size_t size);
+  void makeRoom(std::size_t size);
+  /// The next so many bytes.
+  const char* take(std::size_t size);
+  [[noreturn]] void refuseToTake(std::size_t size) const;
   unsigned int position() const;
   std::size_t blockEnd() const;
   void openBlock(unsigned int address);
+  void nameClass(unsigned int typeHash);
   void readHead();
   void readClassTable();
   BaseClassRegister classOfObject(unsigned int typeHash);
@@ -245,9 +291,12 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   [[noreturn]] static void refuseAt(std::size_t place, const std::string& why);
 
   Mode mode = Mode::Writing;
+  /// Writing: longer than what has been written.
   std::string bytes;
-  /// Reading: the next byte.
-  std::size_t readPosition = 0;
+  /// The next byte to be written or read.
+  std::size_t next = 0;
+  /// Writing: the length of `bytes`. Reading: the end of the innermost open block.
+  std::size_t limit = 0;
   /// Reading: where the values end.
   std::size_t bodyEnd = 0;
   /// Of the open blocks, innermost last; writing: their starts, reading: their ends.
@@ -257,6 +306,11 @@ class TESSARIL_PLATFORM_EXPORT PersistenceArchiver {
   /// The shared objects; number 1 is the first.
   std::vector<SharedObject> objects;
   std::unordered_map<unsigned int, std::unique_ptr<PointerMapContainerBase>> containers;
+  // What has been looked up in the registration, from which nothing is ever taken.
+  std::unordered_map<ReachedClass<const std::type_info*>, WrittenClass, ReachedClassHash>
+      writtenClasses;
+  /// By the type id in the frame.
+  std::unordered_map<ReachedClass<unsigned int>, ReadClass, ReachedClassHash> readClasses;
 };
 
 }  // namespace Tessaril
