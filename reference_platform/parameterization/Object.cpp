@@ -126,8 +126,16 @@ std::shared_ptr<Object> Object::getObject(const Path& path, GetObjectBehavior be
 }
 
 void Object::emitSigTreeChanged(ObjectTreeChangeReason reason) const {
-  const auto announced = weak_from_this().lock();
+  std::shared_ptr<const Object> announced;
   for (const Object* level = this; level != nullptr;) {
+    // Only a slot can edit the tree, or drop what is passed.
+    if (level->sigTreeChanged.connectionCount() == 0) {
+      level = level->parent;
+      continue;
+    }
+    if (announced == nullptr) {
+      announced = weak_from_this().lock();
+    }
     const auto passed = level->weak_from_this().lock();
     level->sigTreeChanged.emit(*this, reason);
     level = level->parent;

@@ -10,11 +10,17 @@ namespace {
 
 constexpr char kSeparator = '/';
 
+/// Whether it leads from one object to another.
+bool isStep(std::string_view name) { return !name.empty() && name != "."; }
+
 std::vector<std::string> splitNames(std::string_view text) {
   std::vector<std::string> names;
+  names.reserve(static_cast<std::size_t>(std::count(text.begin() + 1, text.end(), kSeparator)) + 1);
   while (!text.empty()) {
     const std::size_t length = std::min(text.find(kSeparator), text.size());
-    names.emplace_back(text.substr(0, length));
+    if (const std::string_view name = text.substr(0, length); isStep(name)) {
+      names.emplace_back(name);
+    }
     text.remove_prefix(std::min(length + 1, text.size()));
   }
   return names;
@@ -26,13 +32,14 @@ Path::Path() = default;
 
 Path::Path(std::string_view text) {
   if (!text.empty()) {
-    *this = Path(text.front() == kSeparator ? Kind::Absolute : Kind::Relative, splitNames(text));
+    kind = text.front() == kSeparator ? Kind::Absolute : Kind::Relative;
+    names = splitNames(text);
   }
 }
 
 Path::Path(Kind pathKind, std::vector<std::string> pathNames)
     : kind(pathKind), names(std::move(pathNames)) {
-  std::erase_if(names, [](const std::string& name) { return name.empty() || name == "."; });
+  std::erase_if(names, [](const std::string& name) { return !isStep(name); });
 }
 
 Path Path::absolute(std::vector<std::string> names) {
