@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "tessaril/graph/ApplyGraph.h"
+#include "tessaril/module/AddressNumbers.h"
 #include "tessaril/module/ApplyModule.h"
 #include "tessaril/module/LinkEdits.h"
 #include "tessaril/module/LiveLinks.h"
@@ -12,8 +13,51 @@ namespace {
 
 using Links = std::vector<std::weak_ptr<ApplyModule>>;
 
+/// Finds the starts of graphs as ApplyGraph::getStart() does, each way to one only once, however
+/// many modules on it are asked for. Requires: no links are edited meanwhile.
+class GraphStarts {
+ public:
+  std::shared_ptr<const ApplyModule> of(std::shared_ptr<const ApplyModule> module) {
+    const std::size_t known = startNumbers.size();
+    std::size_t start = starts.size();
+    for (;;) {
+      const auto [number, isNew] = modules.add(module.get());
+      if (number < known) {
+        start = startNumbers[number];
+        break;
+      }
+      std::shared_ptr<const ApplyModule> previous = firstLive(module->getPreviousApplyModules());
+      // A circle, of which no operation makes sense, has its start where it was entered.
+      if (previous == nullptr || !isNew) {
+        starts.push_back(std::move(module));
+        break;
+      }
+      module = std::move(previous);
+    }
+    startNumbers.resize(modules.size(), start);
+    return starts[start];
+  }
+
+ private:
+  static std::shared_ptr<const ApplyModule> firstLive(const Links& links) {
+    for (const auto& link : links) {
+      if (auto module = link.lock()) {
+        return module;
+      }
+    }
+    return nullptr;
+  }
+
+  /// The modules from which the start is known.
+  AddressNumbers modules;
+  /// By the numbers of the modules.
+  std::vector<std::size_t> startNumbers;
+  std::vector<std::shared_ptr<const ApplyModule>> starts;
+};
+
 std::vector<Path> pathsOf(const Links& links) {
   std::vector<Path> paths;
+  paths.reserve(links.size());
   forEachLive(links, [&paths](const std::shared_ptr<ApplyModule>& module) {
     if (const auto* object = dynamic_cast<const Object*>(module.get())) {
       paths.push_back(object->getPath(RequestedPathType::Absolute));
@@ -37,6 +81,7 @@ std::shared_ptr<ApplyModule> findModule(const Object& root, const Path& path) {
 
 void replaceLinks(Links& links, const Object& root, const std::vector<Path>& paths) {
   links.clear();
+  links.reserve(paths.size());
   for (const Path& path : paths) {
     if (const std::shared_ptr<ApplyModule> module = findModule(root, path)) {
       links.push_back(module);
@@ -49,10 +94,14 @@ void replaceLinks(Links& links, const Object& root, const std::vector<Path>& pat
 void ApplyGraph::storeApplyGraph(std::shared_ptr<const Object> /*object*/,
                                  const std::vector<std::shared_ptr<const ApplyModule>>& modules,
                                  std::vector<ApplyModuleData>& data) {
+  GraphStarts starts;
   std::shared_ptr<const ApplyModule> lastStart;
   for (const std::shared_ptr<const ApplyModule>& module : modules) {
-    std::shared_ptr<const ApplyModule> start = getStartConst(module);
-    if (start == nullptr || start == lastStart) {
+    if (module == nullptr) {
+      continue;
+    }
+    std::shared_ptr<const ApplyModule> start = starts.of(module);
+    if (start == lastStart) {
       continue;
     }
     start->forThisAndAllFollowingModules([&data](const ApplyModule& node) {

@@ -226,7 +226,8 @@ TEST_F(GraphStoreTest, StoresEachOfSeveralGraphs) {
   EXPECT_EQ(stored("Y A"), "/X: | /Y; /Y: /X |; /A: | /B; /B: /A |");
 }
 
-// Deliberate: to know a graph again takes no memory of all that were stored; the caller groups.
+// Deliberate: only the graph stored last is known again; the caller groups. What comes twice costs
+// room, and restores the same links.
 TEST_F(GraphStoreTest, StoresAGraphAgainThatComesUpAgain) {
   given("A -> B; X");
   EXPECT_EQ(stored("A X B"), "/A: | /B; /B: /A |; /X: |; /A: | /B; /B: /A |");
@@ -237,6 +238,18 @@ TEST_F(GraphStoreTest, StoresWhatFollowsTwoStartsWithEachOfThem) {
   given("A -> M; X -> M");
   EXPECT_EQ(stored("M"), "/A: | /M; /M: /A /X |");
   EXPECT_EQ(stored("A X M"), "/A: | /M; /M: /A /X |; /X: | /M; /M: /A /X |; /A: | /M; /M: /A /X |");
+}
+
+// The start is behind the first previous module that lives, whichever other modules lie on the way.
+TEST_F(GraphStoreTest, FindsTheStartOfEachModuleWhateverWasNamedBefore) {
+  given("A -> B; X -> B; X -> Y; B -> C; Y -> C");
+  EXPECT_EQ(stored("Y"), stored("X"));
+  EXPECT_EQ(stored("C Y B"), stored("A") + "; " + stored("X") + "; " + stored("A"));
+}
+
+TEST_F(GraphStoreTest, StoresACircleFromTheModuleThatIsNamed) {
+  given("A -> B -> C -> A");
+  EXPECT_EQ(stored("B A C"), "/B: /A | /C; /C: /B | /A; /A: /C | /B");
 }
 
 TEST_F(GraphStoreTest, PassesOverNullModules) {
@@ -309,6 +322,59 @@ TEST_F(MixedGraphStoreTest, EndsAtAStartThatIsNoObject) {
   Records data;
   EXPECT_THROW(ApplyGraph::storeApplyGraph(root, {g["X"], g["B"], g["X"]}, data), std::bad_cast);
   EXPECT_EQ(textOf(data), "/X: |");
+}
+
+/// What is stored when each module is handed in by itself, unless it belongs to the graph before.
+Records storedOneByOne(const ModuleList& modules) {
+  Records data;
+  std::shared_ptr<const ApplyModule> last;
+  for (const auto& module : modules) {
+    const auto start = ApplyGraph::getStartConst(module);
+    if (start != nullptr && start != last) {
+      ApplyGraph::storeApplyGraph(nullptr, {start}, data);
+      last = start;
+    }
+  }
+  return data;
+}
+
+TEST(GraphStoreOfManyTest, StoresWhatTheModulesOneByOneLeadTo) {
+  forSeeds(300, [](std::uint64_t seed) {
+    RandomGraphParameters parameters;
+    parameters.modules = 20;
+    parameters.roots = 4;
+    parameters.links = 8;
+    parameters.oneSided = 10;
+    parameters.duplicates = 10;
+    parameters.dead = 15;
+    const StoredDesign design = plant(randomGraph(seed, parameters, [](const std::string& name) {
+      return std::make_shared<ObjectModule>(name);
+    }));
+    const ModuleList all = constModules(design.graph);
+    TestSupport::Random random(seed);
+    ModuleList modules;
+    for (std::size_t i = 0; i < 2 * all.size(); ++i) {
+      modules.push_back(random.percent(10) ? nullptr : all[random.below(all.size())]);
+    }
+    Records data;
+    ApplyGraph::storeApplyGraph(nullptr, modules, data);
+    EXPECT_EQ(textOf(data), textOf(storedOneByOne(modules)));
+  });
+}
+
+// Every module of a long chain, the last one first: with a climb for each it would not end soon.
+TEST(GraphStoreOfManyTest, StoresALongChainOfWhichEveryModuleIsNamed) {
+  constexpr std::size_t kModules = 100000;
+  std::vector<std::shared_ptr<ObjectModule>> chain;
+  for (std::size_t i = 0; i < kModules; ++i) {
+    chain.push_back(std::make_shared<ObjectModule>("m"));
+    if (i > 0) {
+      ApplyGraph::insertAfter(chain[i], chain[i - 1]);
+    }
+  }
+  Records data;
+  ApplyGraph::storeApplyGraph(nullptr, {chain.rbegin(), chain.rend()}, data);
+  EXPECT_EQ(data.size(), kModules);
 }
 
 // Restoring
