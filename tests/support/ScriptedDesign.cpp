@@ -37,57 +37,83 @@ std::string percentText(double value) {
 
 }  // namespace
 
-ScriptedUpdate::ScriptedUpdate(EventLog& log, std::shared_ptr<Object> design,
-                               std::shared_ptr<ApplyModule> start, std::shared_ptr<ApplyModule> end,
-                               std::shared_ptr<ApplyModule> horizon)
-    : UpdateApplyModulesCmd(std::move(design), std::move(start), std::move(end),
-                            std::move(horizon)),
+template <typename Engine>
+ScriptedUpdateOf<Engine>::ScriptedUpdateOf(EventLog& log, std::shared_ptr<Object> design,
+                                           std::shared_ptr<ApplyModule> start,
+                                           std::shared_ptr<ApplyModule> end,
+                                           std::shared_ptr<ApplyModule> horizon)
+    : Engine(std::move(design), std::move(start), std::move(end), std::move(horizon)),
       eventLog(log) {
-  connectToSigFinished(Signals::Slot<void(bool)>([this](bool success) {
+  this->connectToSigFinished(Signals::Slot<void(bool)>([this](bool success) {
     eventLog.add(EventKind::Run, success ? "finish(true)" : "finish(false)");
     if (whenFinished) {
       whenFinished(success);
     }
   }));
-  getProgressPtr()->connectToSigChanged(Signals::Slot<void()>([this] { writeProgress(); }));
+  this->getProgressPtr()->connectToSigChanged(Signals::Slot<void()>([this] { writeProgress(); }));
 }
 
-bool ScriptedUpdate::isApplySuppressed(std::shared_ptr<ApplyModule> module) const {
+template <typename Engine>
+bool ScriptedUpdateOf<Engine>::isApplySuppressed(std::shared_ptr<ApplyModule> module) const {
   eventLog.add(EventKind::Hook, "suppress?" + nameOf(module));
   return suppresses && suppresses(nameOf(module));
 }
 
-bool ScriptedUpdate::shouldApplyChainBeCanceled(std::shared_ptr<ApplyModule> module) const {
+template <typename Engine>
+bool ScriptedUpdateOf<Engine>::shouldApplyChainBeCanceled(
+    std::shared_ptr<ApplyModule> module) const {
   eventLog.add(EventKind::Hook, "cancel?" + nameOf(module));
   return cancels && cancels(nameOf(module));
 }
 
-void ScriptedUpdate::prepareExecute(std::shared_ptr<CommandBase> command) {
-  UpdateApplyModulesCmd::prepareExecute(command);
+template <typename Engine>
+void ScriptedUpdateOf<Engine>::prepareApplyCommandAndModule(std::shared_ptr<CommandBase> command,
+                                                            std::shared_ptr<ApplyModule> module) {
+  Engine::prepareApplyCommandAndModule(command, module);
+  if (whenHandedData) {
+    whenHandedData(nameOf(module));
+  }
+}
+
+template <typename Engine>
+void ScriptedUpdateOf<Engine>::handleException(std::exception& e) {
+  if (!handles || !handles(e)) {
+    Engine::handleException(e);
+  }
+}
+
+template <typename Engine>
+void ScriptedUpdateOf<Engine>::prepareExecute(std::shared_ptr<CommandBase> command) {
+  Engine::prepareExecute(command);
   if (whenPrepared) {
     whenPrepared();
   }
 }
 
-void ScriptedUpdate::finalizeExecute(std::shared_ptr<CommandBase> command) {
-  UpdateApplyModulesCmd::finalizeExecute(command);
+template <typename Engine>
+void ScriptedUpdateOf<Engine>::finalizeExecute(std::shared_ptr<CommandBase> command) {
+  Engine::finalizeExecute(command);
   if (whenFinalized) {
     whenFinalized();
   }
 }
 
 // Sub-commands report from their own thread, but one at a time.
-void ScriptedUpdate::writeProgress() {
-  const double value = getProgressPtr()->getValue();
+template <typename Engine>
+void ScriptedUpdateOf<Engine>::writeProgress() {
+  const double value = this->getProgressPtr()->getValue();
   if (std::exchange(valueSeen, value) != value) {
     eventLog.add(EventKind::Progress, percentText(value));
   }
-  const auto messages = getProgressPtr()->getLogMessages();
+  const auto messages = this->getProgressPtr()->getLogMessages();
   for (std::size_t i = messagesSeen; i < messages.size(); ++i) {
     eventLog.add(EventKind::User, "user{" + messages[i].getText() + "}");
   }
   messagesSeen = messages.size();
 }
+
+template class ScriptedUpdateOf<UpdateApplyModulesCmd>;
+template class ScriptedUpdateOf<Literal::LiteralUpdate>;
 
 ScriptedDesign::ScriptedDesign(std::string_view graphText)
     : ScriptedDesign(
@@ -161,7 +187,7 @@ std::string ScriptedDesign::tell(const std::function<void()>& body) {
   return events;
 }
 
-std::string ScriptedDesign::run(ScriptedUpdate& update) {
+std::string ScriptedDesign::run(CommandBase& update) {
   return tell([&] { update.execute(); });
 }
 

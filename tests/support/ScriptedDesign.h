@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
@@ -13,6 +14,7 @@
 #include "tests/support/EventLog.h"
 #include "tests/support/GraphText.h"
 #include "tests/support/ScriptedModule.h"
+#include "tests/support/literal/LiteralUpdate.h"
 
 namespace Tessaril::TestSupport {
 
@@ -30,26 +32,36 @@ class ScriptedCache : public ApplyCacheInterface {
   EventLog& eventLog;
 };
 
-/// An update command whose hooks a test answers, and whose protected part a test may call.
-class ScriptedUpdate : public UpdateApplyModulesCmd {
+/// An update command whose hooks a test answers, and whose protected part a test may call: the
+/// library's, or the literal one, both of which the support library holds.
+template <typename Engine>
+class ScriptedUpdateOf : public Engine {
  public:
-  ScriptedUpdate(EventLog& log, std::shared_ptr<Object> design, std::shared_ptr<ApplyModule> start,
-                 std::shared_ptr<ApplyModule> end, std::shared_ptr<ApplyModule> horizon);
+  ScriptedUpdateOf(EventLog& log, std::shared_ptr<Object> design,
+                   std::shared_ptr<ApplyModule> start, std::shared_ptr<ApplyModule> end,
+                   std::shared_ptr<ApplyModule> horizon);
 
-  using UpdateApplyModulesCmd::handleException;
-  using UpdateApplyModulesCmd::isRunning;
-  using UpdateApplyModulesCmd::isSubCommandUnderWay;
-  using UpdateApplyModulesCmd::needsFullApply;
-  using UpdateApplyModulesCmd::prepareApplyCommandAndModule;
-  using UpdateApplyModulesCmd::setApplyCache;
-  using UpdateApplyModulesCmd::stopApply;
+  using Engine::isRunning;
+  using Engine::isSubCommandUnderWay;
+  using Engine::needsFullApply;
+  using Engine::setApplyCache;
+  using Engine::stopApply;
+
+  void prepareApplyCommandAndModule(std::shared_ptr<CommandBase> command,
+                                    std::shared_ptr<ApplyModule> module) override;
+  void handleException(std::exception& e) override;
 
   /// Answer false where not set; they get the module's name and may throw.
   std::function<bool(const std::string&)> suppresses;
   std::function<bool(const std::string&)> cancels;
+  /// Called for each apply and auto apply command, with its module's name, once it has been handed
+  /// messages and cache; may throw.
+  std::function<void(const std::string&)> whenHandedData;
   /// Called for each sub-command before it is started, and when it has ended; may throw.
   std::function<void()> whenPrepared;
   std::function<void()> whenFinalized;
+  /// Called with a failure; true: it is dealt with. May throw.
+  std::function<bool(std::exception&)> handles;
   /// Called when the end of the run is announced; may throw.
   std::function<void(bool)> whenFinished;
 
@@ -66,6 +78,9 @@ class ScriptedUpdate : public UpdateApplyModulesCmd {
   double valueSeen = 0.0;
   std::size_t messagesSeen = 0;
 };
+
+using ScriptedUpdate = ScriptedUpdateOf<UpdateApplyModulesCmd>;
+using ScriptedLiteralUpdate = ScriptedUpdateOf<Literal::LiteralUpdate>;
 
 /// A design with an apply graph of scripted modules, written as in GraphText.h, and one event log
 /// for everything.
@@ -91,7 +106,7 @@ class ScriptedDesign {
   std::shared_ptr<ScriptedUpdate> cachedUpdate(std::string_view start, std::string_view end,
                                                std::string_view horizon = {});
   /// Executes `update` and says what happened; ends with "throws{...}" where something is thrown.
-  std::string run(ScriptedUpdate& update);
+  std::string run(CommandBase& update);
   std::string run(std::string_view start, std::string_view end, std::string_view horizon = {});
   /// The same for an undo and for a redo.
   std::string undo(CommandBase& command);
