@@ -1,0 +1,138 @@
+#include "bench/Shapes.h"
+
+#include <algorithm>
+#include <numeric>
+#include <random>
+
+namespace Tessaril::Bench {
+
+namespace {
+
+Number asNumber(std::size_t value) { return static_cast<Number>(value); }
+
+Shape withoutLinks(std::string name, std::size_t modules) {
+  return {.name = std::move(name), .modules = modules, .links = {}, .end = asNumber(modules - 1)};
+}
+
+/// The same on every platform, unlike the distributions of the standard library.
+std::size_t below(std::mt19937_64& random, std::size_t bound) { return random() % bound; }
+
+}  // namespace
+
+Shape chain(std::size_t modules) {
+  Shape shape = withoutLinks("chain", modules);
+  for (Number i = 1; i < modules; ++i) {
+    shape.links.emplace_back(i - 1, i);
+  }
+  return shape;
+}
+
+Shape ladder(std::size_t modules) {
+  Shape shape = withoutLinks("ladder", modules);
+  for (Number i = 1; i < modules; ++i) {
+    if (i >= 2) {
+      shape.links.emplace_back(i - 2, i);
+    }
+    if (i % 2 == 1) {
+      shape.links.emplace_back(i - 1, i);
+    }
+  }
+  return shape;
+}
+
+Shape sideChains(std::size_t modules) {
+  Shape shape = withoutLinks("side chains", modules);
+  Number last = 0;
+  for (Number i = 1; i < modules; ++i) {
+    const bool isMain = i % 20 < 10;
+    if (i % 20 == 10) {
+      shape.sideChainStarts.push_back(i);
+    }
+    shape.links.emplace_back(isMain ? last : i - 1, i);
+    last = isMain ? i : last;
+  }
+  shape.end = last;
+  return shape;
+}
+
+Shape merges(std::size_t modules) {
+  constexpr Number kWidth = 8;
+  Shape shape = withoutLinks("merges", modules);
+  Number merge = 0;
+  for (Number i = 1; i < modules; ++i) {
+    if (i - merge <= kWidth && i + 1 < modules) {
+      shape.links.emplace_back(merge, i);
+      continue;
+    }
+    for (Number branch = merge + 1; branch < i; ++branch) {
+      shape.links.emplace_back(branch, i);
+    }
+    merge = i;
+  }
+  return shape;
+}
+
+Shape starvingMerges(std::size_t modules) {
+  Shape shape = withoutLinks("starving", modules);
+  const Number chainLength = asNumber(modules / 2);
+  const Number count = asNumber(modules) - 1 - chainLength;
+  // Numbers: the start, the merges, the chain.
+  for (Number merge = 1; merge <= count; ++merge) {
+    shape.links.emplace_back(0, merge);
+  }
+  for (Number step = 0; step < chainLength; ++step) {
+    const Number module = count + 1 + step;
+    shape.links.emplace_back(step == 0 ? 0 : module - 1, module);
+    if (step < count) {
+      shape.links.emplace_back(module, count - step);
+    }
+  }
+  return shape;
+}
+
+Shape randomLinks(std::size_t modules) {
+  Shape shape = withoutLinks("random", modules);
+  std::mt19937_64 random(modules);
+  for (Number i = 1; i < modules; ++i) {
+    const std::size_t wanted = std::min<std::size_t>(i, 2 + i % 2);
+    std::vector<Number> previous;
+    while (previous.size() < wanted) {
+      const Number candidate = asNumber(below(random, i));
+      if (std::find(previous.begin(), previous.end(), candidate) == previous.end()) {
+        previous.push_back(candidate);
+        shape.links.emplace_back(candidate, i);
+      }
+    }
+  }
+  return shape;
+}
+
+Shape fan(std::size_t modules) {
+  Shape shape = withoutLinks("fan", modules);
+  for (Number i = 1; i + 1 < modules; ++i) {
+    shape.links.emplace_back(0, i);
+    shape.links.emplace_back(i, shape.end);
+  }
+  return shape;
+}
+
+std::vector<Shape> allShapes(std::size_t modules) {
+  return {chain(modules),          ladder(modules),      sideChains(modules), merges(modules),
+          starvingMerges(modules), randomLinks(modules), fan(modules)};
+}
+
+bool isLinear(const Shape& shape) {
+  return shape.name == "chain" || shape.name == "ladder" || shape.name == "side chains";
+}
+
+std::vector<Number> shuffled(std::size_t modules, std::uint64_t seed) {
+  std::vector<Number> numbers(modules);
+  std::iota(numbers.begin(), numbers.end(), Number{0});
+  std::mt19937_64 random(seed);
+  for (std::size_t i = modules; i > 1; --i) {
+    std::swap(numbers[i - 1], numbers[below(random, i)]);
+  }
+  return numbers;
+}
+
+}  // namespace Tessaril::Bench

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// The graphs that are measured, described once and built for each contestant alike.
+namespace Tessaril::Bench {
+
+using Number = std::uint32_t;
+
+struct Shape {
+  std::string name;
+  /// Modules are numbered from 0 on. Module 0 leads to all others.
+  std::size_t modules = 0;
+  /// From, to. They join the list of next modules of the one and the list of previous modules of
+  /// the other in this order.
+  std::vector<std::pair<Number, Number>> links;
+  std::vector<Number> sideChainStarts = {};
+  /// Nothing lies behind it.
+  Number end = 0;
+};
+
+/// One module after the other.
+Shape chain(std::size_t modules);
+/// Two chains, with a rung from each module of the one to its neighbour in the other.
+Shape ladder(std::size_t modules);
+/// A main chain; a side chain of ten modules hangs from every tenth.
+Shape sideChains(std::size_t modules);
+/// One module spreads to eight, which merge in one, which spreads to eight, and so on.
+Shape merges(std::size_t modules);
+/// Half of the modules are merges that are queued at once. Each waits for its module of a chain
+/// that is as long, the last one for the first of the chain, so that the first waits longest.
+Shape starvingMerges(std::size_t modules);
+/// Each module follows two or three random earlier ones, 2.5 on average.
+Shape randomLinks(std::size_t modules);
+/// One module spreads to all others, which merge in the last.
+Shape fan(std::size_t modules);
+
+/// All of the above.
+std::vector<Shape> allShapes(std::size_t modules);
+/// Chain, ladder and side chains: what most designs look like.
+bool isLinear(const Shape& shape);
+
+/// The order in which the modules of a graph of that size are made: any but theirs.
+std::vector<Number> shuffled(std::size_t modules, std::uint64_t seed);
+
+}  // namespace Tessaril::Bench
