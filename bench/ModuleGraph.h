@@ -26,8 +26,8 @@ inline Number numberOf(const ApplyModule& module) {
 }
 
 /// Owns the modules of a shape. They lie in memory as in an application that has been edited for a
-/// while: made in an order that has nothing to do with their links, other blocks between them, and
-/// their link lists in yet another order.
+/// while: made in an order that has nothing to do with their links, with other blocks between them.
+/// They are linked in the order of the shape's links afterwards.
 class ModuleGraph {
  public:
   /// Makes the module of a number.
@@ -42,8 +42,6 @@ class ModuleGraph {
   const ModulePtr& end() const { return modules[endNumber]; }
 
  private:
-  void makeRoomForLinks(const Shape& shape);
-
   std::vector<ModulePtr> modules;
   std::vector<std::unique_ptr<std::byte[]>> fillers;
   Number endNumber;

@@ -125,10 +125,10 @@ bool isLinear(const Shape& shape) {
   return shape.name == "chain" || shape.name == "ladder" || shape.name == "side chains";
 }
 
-std::vector<Number> shuffled(std::size_t modules, std::uint64_t seed) {
+std::vector<Number> shuffled(std::size_t modules) {
   std::vector<Number> numbers(modules);
   std::iota(numbers.begin(), numbers.end(), Number{0});
-  std::mt19937_64 random(seed);
+  std::mt19937_64 random(modules);
   for (std::size_t i = modules; i > 1; --i) {
     std::swap(numbers[i - 1], numbers[below(random, i)]);
   }

@@ -45,6 +45,6 @@ std::vector<Shape> allShapes(std::size_t modules);
 bool isLinear(const Shape& shape);
 
 /// The order in which the modules of a graph of that size are made: any but theirs.
-std::vector<Number> shuffled(std::size_t modules, std::uint64_t seed);
+std::vector<Number> shuffled(std::size_t modules);
 
 }  // namespace Tessaril::Bench

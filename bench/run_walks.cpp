@@ -25,7 +25,9 @@ using Walk = std::function<bool(ApplyModule::ModuleVisitor)>;
 using RefWalk = std::function<bool(ApplyModule::ModuleRefVisitor)>;
 using Gather = std::function<void(ModuleSet&)>;
 using Question = std::function<bool()>;
+using LinksOf = const std::vector<std::weak_ptr<ApplyModule>>& (ApplyModule::*)() const;
 
+constexpr const char* kFloorWithLinks = "floor with links";
 constexpr const char* kBoost = "Boost.Graph";
 constexpr const char* kBoostInOrder = "Boost.Graph, in order";
 
@@ -67,6 +69,37 @@ RefWalk bareRefCalls(const Modules& modules) {
   };
 }
 
+// The same, with every link of the module locked once, which is the only way to what it names.
+
+template <typename Use>
+void forLinksOf(const ApplyModule& module, LinksOf linksOf, const Use& use) {
+  for (const auto& link : (module.*linksOf)()) {
+    use(link.lock());
+  }
+}
+
+Walk callsAndLinks(const Modules& modules, LinksOf linksOf) {
+  return [&modules, linksOf](const ApplyModule::ModuleVisitor& visitor) {
+    std::size_t live = 0;
+    for (const ModulePtr& module : modules) {
+      visitor(module);
+      forLinksOf(*module, linksOf, [&live](const ModulePtr& linked) { live += linked != nullptr; });
+    }
+    return live > 0;
+  };
+}
+
+RefWalk refCallsAndLinks(const Modules& modules, LinksOf linksOf) {
+  return [&modules, linksOf](const ApplyModule::ModuleRefVisitor& visitor) {
+    std::size_t live = 0;
+    for (const ModulePtr& module : modules) {
+      visitor(*module);
+      forLinksOf(*module, linksOf, [&live](const ModulePtr& linked) { live += linked != nullptr; });
+    }
+    return live > 0;
+  };
+}
+
 Modules visitedBy(const Walk& walk) {
   Modules visited;
   walk([&visited](const ModulePtr& module) {
@@ -94,23 +127,27 @@ std::vector<Bound> boundsOfWalk(std::size_t size, double atTenThousand, double a
 }
 
 void measureWalk(Paired& paired, Comparison measured, const Walk& library, const Walk& literal,
-                 const Modules& visited) {
-  measured.contestants = {{kLibrary, [&] { return hashOf(library); }},
-                          {kLiteral, [&] { return hashOf(literal); }},
-                          {kFloor, [&] { return hashOf(bareCalls(visited)); }}};
+                 LinksOf linksOf, const Modules& visited) {
+  measured.contestants = {
+      {kLibrary, [&] { return hashOf(library); }},
+      {kLiteral, [&] { return hashOf(literal); }},
+      {kFloor, [&] { return hashOf(bareCalls(visited)); }},
+      {kFloorWithLinks, [&] { return hashOf(callsAndLinks(visited, linksOf)); }}};
   paired.compare(measured);
 }
 
 void measureRefWalk(Paired& paired, Comparison measured, const RefWalk& library,
-                    const RefWalk& literal, const Modules& visited,
+                    const RefWalk& literal, LinksOf linksOf, const Modules& visited,
                     const std::vector<Contestant>& peers) {
   measured.bounds = boundsOfWalk(measured.size, 0.30, 0.45);
   if (measured.size == 100'000) {
     measured.bounds.push_back({kBoost, 1.1});
   }
-  measured.contestants = {{kLibrary, [&] { return hashOf(library); }},
-                          {kLiteral, [&] { return hashOf(literal); }},
-                          {kFloor, [&] { return hashOf(bareRefCalls(visited)); }}};
+  measured.contestants = {
+      {kLibrary, [&] { return hashOf(library); }},
+      {kLiteral, [&] { return hashOf(literal); }},
+      {kFloor, [&] { return hashOf(bareRefCalls(visited)); }},
+      {kFloorWithLinks, [&] { return hashOf(refCallsAndLinks(visited, linksOf)); }}};
   measured.contestants.insert(measured.contestants.end(), peers.begin(), peers.end());
   paired.compare(measured);
 }
@@ -171,7 +208,7 @@ void measureForwards(Paired& paired, const Shape& shape, const ModuleGraph& grap
       [&](ApplyModule::ModuleVisitor visitor) {
         return Literal::forAllFollowingModules(start, std::move(visitor));
       },
-      followers);
+      &ApplyModule::getNextApplyModules, followers);
   measureRefWalk(
       paired, comparison("this and followers", shape, followers.size() + 1),
       [&](ApplyModule::ModuleRefVisitor visitor) {
@@ -180,7 +217,7 @@ void measureForwards(Paired& paired, const Shape& shape, const ModuleGraph& grap
       [&](ApplyModule::ModuleRefVisitor visitor) {
         return Literal::forThisAndAllFollowingModules(start, std::move(visitor));
       },
-      with(graph.start(), followers), peers);
+      &ApplyModule::getNextApplyModules, with(graph.start(), followers), peers);
   measureGather(
       paired, comparison("gather followers", shape, followers.size()),
       [&](ModuleSet& modules) { start.gatherAllSuccessors(modules, nullptr); },
@@ -201,7 +238,7 @@ void measureBackwards(Paired& paired, const Shape& shape, const ModuleGraph& gra
       [&](ApplyModule::ModuleVisitor visitor) {
         return Literal::forAllPreviousModules(end, std::move(visitor));
       },
-      dependencies);
+      &ApplyModule::getPreviousApplyModules, dependencies);
   measureRefWalk(
       paired, comparison("this and dependencies", shape, dependencies.size() + 1),
       [&](ApplyModule::ModuleRefVisitor visitor) {
@@ -210,7 +247,7 @@ void measureBackwards(Paired& paired, const Shape& shape, const ModuleGraph& gra
       [&](ApplyModule::ModuleRefVisitor visitor) {
         return Literal::forThisAndAllPreviousModules(end, std::move(visitor));
       },
-      with(graph.end(), dependencies), peers);
+      &ApplyModule::getPreviousApplyModules, with(graph.end(), dependencies), peers);
   measureGather(
       paired, comparison("gather dependencies", shape, dependencies.size()),
       [&](ModuleSet& modules) { end.gatherAllDependencies(modules, nullptr); },

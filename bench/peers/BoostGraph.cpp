@@ -54,27 +54,14 @@ struct BoostGraph::Data {
 
 BoostGraph::BoostGraph(const Shape& shape, Layout layout) : data(std::make_unique<Data>()) {
   std::vector<Number> order(shape.modules);
-  std::vector<Number> listOrder(shape.modules);
   std::iota(order.begin(), order.end(), Number{0});
-  std::iota(listOrder.begin(), listOrder.end(), Number{0});
   if (layout == Layout::Scattered) {
-    order = shuffled(shape.modules, 1);
-    listOrder = shuffled(shape.modules, 2);
+    order = shuffled(shape.modules);
   }
 
   std::vector<Vertex> vertices(shape.modules);
   for (const Number number : order) {
     vertices[number] = add_vertex(NumberedVertex{number}, data->graph);
-  }
-  std::vector<std::size_t> outCounts(shape.modules);
-  std::vector<std::size_t> inCounts(shape.modules);
-  for (const auto& [from, to] : shape.links) {
-    ++outCounts[from];
-    ++inCounts[to];
-  }
-  for (const Number number : listOrder) {
-    data->graph.out_edge_list(vertices[number]).reserve(outCounts[number]);
-    in_edge_list(data->graph, vertices[number]).reserve(inCounts[number]);
   }
   for (auto link = shape.links.rbegin(); link != shape.links.rend(); ++link) {
     add_edge(vertices[link->first], vertices[link->second], data->graph);
