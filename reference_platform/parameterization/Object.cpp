@@ -37,10 +37,9 @@ void Object::setName(std::string name) {
     objectName.swap(name);
   } else {
     parent->requireFreeName(name);
-    auto entry = parent->childrenByName.extract(objectName);
+    parent->childrenByName.remove(*this);
     objectName.swap(name);
-    entry.key() = objectName;
-    parent->childrenByName.insert(std::move(entry));
+    parent->childrenByName.add(*this);
   }
   emitSigTreeChanged(ObjectTreeChangeReason::Renamed);
 }
@@ -60,8 +59,8 @@ const std::vector<std::shared_ptr<Object>>& Object::getChildren() const noexcept
 }
 
 std::shared_ptr<Object> Object::getChild(std::string_view name) const {
-  const auto found = childrenByName.find(name);
-  return found != childrenByName.end() ? found->second->shared_from_this() : nullptr;
+  Object* const found = childrenByName.find(name);
+  return found != nullptr ? found->shared_from_this() : nullptr;
 }
 
 void Object::addChild(std::shared_ptr<Object> child) {
@@ -69,7 +68,7 @@ void Object::addChild(std::shared_ptr<Object> child) {
   Object& added = *child;
   children.push_back(std::move(child));
   try {
-    childrenByName.emplace(added.objectName, &added);
+    childrenByName.add(added);
   } catch (...) {
     children.pop_back();
     throw;
@@ -86,7 +85,7 @@ std::shared_ptr<Object> Object::removeChild(const Object& child) {
                                   [&](const auto& candidate) { return candidate.get() == &child; });
   std::shared_ptr<Object> removed = std::move(*place);
   children.erase(place);
-  childrenByName.erase(removed->objectName);
+  childrenByName.remove(*removed);
   removed->parent = nullptr;
   emitSigTreeChanged(ObjectTreeChangeReason::ChildRemoved);
   return removed;
@@ -163,7 +162,7 @@ void Object::requireAddable(const Object* child) const {
 }
 
 void Object::requireFreeName(std::string_view name) const {
-  if (childrenByName.contains(name)) {
+  if (childrenByName.find(name) != nullptr) {
     throw ObjectException(quoted(objectName) + " has a child " + quoted(name) + " already");
   }
 }
@@ -187,8 +186,7 @@ const Object* Object::follow(const Path& path) const {
     if (name == "..") {
       level = level->parent;
     } else {
-      const auto child = level->childrenByName.find(name);
-      level = child != level->childrenByName.end() ? child->second : nullptr;
+      level = level->childrenByName.find(name);
     }
     if (level == nullptr) {
       return nullptr;

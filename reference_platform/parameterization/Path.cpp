@@ -58,7 +58,15 @@ std::string Path::toString() const {
   if (kind == Kind::Relative && names.empty()) {
     return ".";
   }
-  std::string text(kind == Kind::Absolute ? 1 : 0, kSeparator);
+  std::size_t size = 1;
+  for (const std::string& name : names) {
+    size += name.size() + 1;
+  }
+  std::string text;
+  text.reserve(size);
+  if (kind == Kind::Absolute) {
+    text += kSeparator;
+  }
   for (std::size_t i = 0; i < names.size(); ++i) {
     if (i > 0) {
       text += kSeparator;

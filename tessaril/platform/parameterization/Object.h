@@ -3,10 +3,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "tessaril/platform/Export.h"
+#include "tessaril/platform/parameterization/ChildTable.h"
 #include "tessaril/platform/parameterization/ObjectException.h"
 #include "tessaril/platform/parameterization/Path.h"
 #include "tessaril/platform/signals/Signal.h"
@@ -111,8 +111,8 @@ class TESSARIL_PLATFORM_EXPORT Object : public std::enable_shared_from_this<Obje
   std::string objectName;
   Object* parent = nullptr;
   std::vector<std::shared_ptr<Object>> children;
-  /// The same children by name; the keys are views of the children's own names.
-  std::unordered_map<std::string_view, Object*> childrenByName;
+  /// The same children.
+  ChildTable childrenByName;
   TreeChangedSignal sigTreeChanged;
 };
 

@@ -1,8 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -236,6 +239,38 @@ TEST_F(ObjectTest, RefusesToRemoveWhatIsNoChild) {
   EXPECT_THROW(root->removeChild(*makeObject("a")), ObjectException);
   EXPECT_THAT(root->getChildren(), ElementsAre(a, b));
   EXPECT_EQ(deep->getParent(), a.get());
+}
+
+TEST_F(ObjectTest, FindsItsChildrenWhicheverCameWentAndWereRenamed) {
+  constexpr std::size_t kNames = 60;
+  for (std::uint64_t seed = 1; seed <= 50; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937_64 random(seed);
+    const auto parent = std::make_shared<Object>("parent");
+    std::map<std::string, std::shared_ptr<Object>> expected;
+    for (int step = 0; step < 300; ++step) {
+      const std::string name = std::to_string(random() % kNames);
+      const std::string other = std::to_string(random() % kNames);
+      if (!expected.contains(name)) {
+        expected[name] = std::make_shared<Object>(name);
+        parent->addChild(expected[name]);
+      } else if (random() % 2 == 0) {
+        EXPECT_EQ(parent->removeChild(*expected[name]), expected[name]);
+        expected.erase(name);
+      } else if (!expected.contains(other)) {
+        expected[name]->setName(other);
+        expected[other] = std::move(expected[name]);
+        expected.erase(name);
+      }
+    }
+    for (std::size_t i = 0; i < kNames; ++i) {
+      const auto found = expected.find(std::to_string(i));
+      EXPECT_EQ(parent->getChild(std::to_string(i)),
+                found != expected.end() ? found->second : nullptr)
+          << i;
+    }
+    EXPECT_EQ(parent->getChildren().size(), expected.size());
+  }
 }
 
 TEST_F(ObjectTest, FindsEachOfVeryManyChildren) {
