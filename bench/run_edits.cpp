@@ -50,9 +50,21 @@ const Edits kLibraryEdits{ApplyGraph::insert, ApplyGraph::insertAfter, ApplyGrap
 const Edits kLiteralEdits{Literal::insert, Literal::insertAfter, Literal::insertBefore,
                           Literal::remove, Literal::replace};
 
-/// A module that edits are made around, and one that has no links yet.
+// What the signatures force: shared pointers by value.
+
+void neitherInsert(ModulePtr /*module*/, ModulePtr /*previous*/, ModulePtr /*next*/,
+                   bool /*startOfSideChain*/) {}
+void neitherInsertBetween(ModulePtr /*module*/, ModulePtr /*anchor*/) {}
+void neitherRemove(ModulePtr /*module*/) {}
+
+const Edits kBareCalls{neitherInsert, neitherInsertBetween, neitherInsertBetween, neitherRemove,
+                       neitherInsertBetween};
+
+/// A module that edits are made around, the one that follows it in a chain, and one that has no
+/// links yet.
 struct Place {
   ModulePtr anchor;
+  ModulePtr next;
   ModulePtr spare;
 };
 using Places = std::vector<Place>;
@@ -60,45 +72,40 @@ using Places = std::vector<Place>;
 /// Edits and takes back what it did, so that the next run finds the same graph.
 using PairOfEdits = void (*)(const Edits& edits, const Places& places);
 
-template <typename Edit>
-void forEach(const Places& places, const Edit& edit) {
+void removeSpares(const Edits& edits, const Places& places) {
   for (const Place& place : places) {
-    edit(place.anchor, place.spare);
+    edits.remove(place.spare);
   }
 }
 
-void removeSpares(const Edits& edits, const Places& places) {
-  forEach(places, [&](const auto&, const auto& spare) { edits.remove(spare); });
-}
-
 void insertAndRemove(const Edits& edits, const Places& places) {
-  forEach(places, [&](const auto& anchor, const auto& spare) {
-    edits.insert(spare, anchor, anchor->getNextApplyModule(), false);
-  });
+  for (const Place& place : places) {
+    edits.insert(place.spare, place.anchor, place.next, false);
+  }
   removeSpares(edits, places);
 }
 
 void insertAfterAndRemove(const Edits& edits, const Places& places) {
-  forEach(places, [&](const auto& anchor, const auto& spare) { edits.insertAfter(spare, anchor); });
+  for (const Place& place : places) {
+    edits.insertAfter(place.spare, place.anchor);
+  }
   removeSpares(edits, places);
 }
 
 void insertBeforeAndRemove(const Edits& edits, const Places& places) {
-  forEach(places,
-          [&](const auto& anchor, const auto& spare) { edits.insertBefore(spare, anchor); });
+  for (const Place& place : places) {
+    edits.insertBefore(place.spare, place.anchor);
+  }
   removeSpares(edits, places);
 }
 
 void replaceAndReplaceBack(const Edits& edits, const Places& places) {
-  forEach(places, [&](const auto& anchor, const auto& spare) { edits.replace(anchor, spare); });
-  forEach(places, [&](const auto& anchor, const auto& spare) { edits.replace(spare, anchor); });
-}
-
-void insertLeafAndRemove(const Edits& edits, const Places& places) {
-  forEach(places, [&](const auto& anchor, const auto& spare) {
-    edits.insert(spare, anchor, nullptr, false);
-  });
-  removeSpares(edits, places);
+  for (const Place& place : places) {
+    edits.replace(place.anchor, place.spare);
+  }
+  for (const Place& place : places) {
+    edits.replace(place.spare, place.anchor);
+  }
 }
 
 void addContestants(Comparison& measured, const Places& places, PairOfEdits pair,
@@ -113,6 +120,8 @@ void addContestants(Comparison& measured, const Places& places, PairOfEdits pair
   if (withLiteral) {
     measured.contestants.push_back(contestant(kLiteral, kLiteralEdits));
   }
+  measured.contestants.push_back(contestant(kFloor, kBareCalls));
+  measured.contestants.back().order = "nothing is changed";
 }
 
 // A long chain, at every other of its modules, in shuffled order
@@ -130,7 +139,9 @@ void measureChain(Paired& paired, std::size_t modules) {
   const ModuleGraph graph(shape, makeModule);
   Places places;
   for (const Number place : shuffled(count)) {
-    places.push_back({graph[2 * place + 1], graph[static_cast<Number>(modules) + place]});
+    const Number anchor = 2 * place + 1;
+    places.push_back(
+        {graph[anchor], graph[anchor + 1], graph[static_cast<Number>(modules) + place]});
   }
   for (const auto& [work, pair] : works) {
     Comparison measured{.work = work, .shape = "chain", .size = modules, .contestants = {}};
@@ -175,17 +186,17 @@ void measureHubs(Paired& paired, std::size_t neighbours, Side side) {
   const std::pair<const char*, PairOfEdits> works[] = {
       {"hub: insert, remove", side == Side::Next ? insertAfterAndRemove : insertBeforeAndRemove},
       {"hub: replace, replace back", replaceAndReplaceBack},
-      {"hub: insert a leaf, remove", insertLeafAndRemove},
+      {"hub: insert a leaf, remove", insertAndRemove},
   };
   const Shape shape = hubs(neighbours, side);
   const ModuleGraph graph(shape, makeModule);
   const Number count = static_cast<Number>(kNeighbours / neighbours);
   Places places;
   for (const Number hub : shuffled(count)) {
-    places.push_back({graph[hub], graph[2 * count + hub]});
+    places.push_back({graph[hub], nullptr, graph[2 * count + hub]});
   }
   for (const auto& [work, pair] : works) {
-    if (pair == insertLeafAndRemove && side == Side::Previous) {
+    if (pair == insertAndRemove && side == Side::Previous) {
       continue;
     }
     Comparison measured{.work = work, .shape = shape.name, .size = neighbours, .contestants = {}};
