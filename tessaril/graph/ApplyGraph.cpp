@@ -1,13 +1,16 @@
 #include "tessaril/graph/ApplyGraph.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <fstream>
 #include <ostream>
 #include <typeinfo>
 #include <utility>
 
 #include "tessaril/module/ApplyModule.h"
-#include "tessaril/module/LinkEdits.h"
+#include "tessaril/module/LinkDrain.h"
+#include "tessaril/module/LinkSearch.h"
 #include "tessaril/module/LiveLinks.h"
 #include "tessaril/platform/exceptions/TsException.h"
 #include "tessaril/platform/parameterization/Object.h"
@@ -53,6 +56,31 @@ ModulePtr onlyParent(const ApplyModule& first) {
   const Links& previous = first.getPreviousApplyModules();
   return previous.size() == 1 ? previous.front().lock() : nullptr;
 }
+
+/// A list as it was when an edit began. Of a few entries, which is what most modules have, it is
+/// made without an allocation.
+class LinksCopy {
+ public:
+  explicit LinksCopy(const Links& links) : count(links.size()) {
+    if (isShort()) {
+      std::copy(links.begin(), links.end(), few.begin());
+    } else {
+      many = links;
+    }
+  }
+
+  std::size_t size() const { return count; }
+  const std::weak_ptr<ApplyModule>& operator[](std::size_t place) const {
+    return isShort() ? few[place] : many[place];
+  }
+
+ private:
+  bool isShort() const { return count <= few.size(); }
+
+  std::size_t count;
+  std::array<std::weak_ptr<ApplyModule>, 2> few;
+  Links many;
+};
 
 }  // namespace
 
@@ -155,17 +183,15 @@ void ApplyGraph::insertBefore(ModulePtr module, ModulePtr anchor) {
 }
 
 void ApplyGraph::removeNext(ModulePtr module) {
-  forEachLive(module->nextApplyModules,
+  forEachLive(module->getNextApplyModules(),
               [&](const ModulePtr& next) { next->removePreviousApplyModule(module); });
-  module->nextApplyModules.clear();
-  LinkEdits::add();
+  module->clearLinks(module->nextApplyModules);
 }
 
 void ApplyGraph::removePrevious(ModulePtr module) {
-  forEachLive(module->previousApplyModules,
+  forEachLive(module->getPreviousApplyModules(),
               [&](const ModulePtr& previous) { previous->removeNextApplyModule(module); });
-  module->previousApplyModules.clear();
-  LinkEdits::add();
+  module->clearLinks(module->previousApplyModules);
 }
 
 void ApplyGraph::remove(ModulePtr module) { takeOut(module, module, true); }
@@ -174,17 +200,11 @@ void ApplyGraph::replace(ModulePtr oldModule, ModulePtr newModule) {
   if (oldModule == nullptr || newModule == nullptr) {
     return;
   }
-  if (oldModule != newModule) {
-    newModule->nextApplyModules = oldModule->nextApplyModules;
-    newModule->previousApplyModules = oldModule->previousApplyModules;
-  }
-  oldModule->nextApplyModules.clear();
-  oldModule->previousApplyModules.clear();
-  LinkEdits::add();
-  forEachLive(newModule->nextApplyModules, [&](const ModulePtr& next) {
+  newModule->takeOverLinks(*oldModule);
+  forEachLive(newModule->getNextApplyModules(), [&](const ModulePtr& next) {
     next->replacePreviousApplyModule(oldModule, newModule);
   });
-  forEachLive(newModule->previousApplyModules, [&](const ModulePtr& previous) {
+  forEachLive(newModule->getPreviousApplyModules(), [&](const ModulePtr& previous) {
     previous->replaceNextApplyModule(oldModule, newModule);
   });
   if (oldModule->isStartOfSideChain()) {
@@ -206,7 +226,7 @@ void ApplyGraph::addFork(ModulePtr from, ModulePtr to) {
   to->addPreviousApplyModule(from);
   from->addNextApplyModule(to);
   std::vector<Identifier> mergedChainIds;
-  forEachLive(to->previousApplyModules,
+  forEachLive(to->getPreviousApplyModules(),
               [&](const ModulePtr& previous) { mergedChainIds.push_back(previous->getChainId()); });
   to->setMergeForkInsertMode(mergedChainIds, joinedChainId);
 }
@@ -228,7 +248,7 @@ void ApplyGraph::removeFork(ModulePtr from, ModulePtr to) {
   });
   to->removePreviousApplyModule(last);
   last->removeNextApplyModule(to);
-  if (to->previousApplyModules.size() == 1) {
+  if (to->getPreviousApplyModules().size() == 1) {
     to->setAddToChainInsertMode(to->getChainId(), false);
   }
   const ModulePtr parent = onlyParent(*first);
@@ -246,15 +266,21 @@ void ApplyGraph::insertSubGraph(ModulePtr start, ModulePtr end, ModulePtr previo
     return;
   }
   start->addPreviousApplyModule(previous);
+  linkBetween(start, end, previous, next);
+  if (startOfSideChain) {
+    start->setStartOfSideChain(true);
+  }
+}
+
+/// All links of a sub-graph between two neighbours but that from its start to the previous one.
+void ApplyGraph::linkBetween(const ModulePtr& start, const ModulePtr& end,
+                             const ModulePtr& previous, const ModulePtr& next) {
   end->addNextApplyModule(next);
   if (previous != nullptr && !previous->replaceNextApplyModule(next, start)) {
     previous->addNextApplyModule(start);
   }
   if (next != nullptr && !next->replacePreviousApplyModule(previous, end)) {
     next->addPreviousApplyModule(end);
-  }
-  if (startOfSideChain) {
-    start->setStartOfSideChain(true);
   }
 }
 
@@ -266,13 +292,13 @@ void ApplyGraph::insertSubGraphAfter(ModulePtr start, ModulePtr end, ModulePtr a
   }
   removeNext(end);
   removePrevious(start);
-  forEachLive(anchor->nextApplyModules, [&](const ModulePtr& next) {
-    end->addNextApplyModule(next);
+  KnownLinks nextOfEnd;
+  forEachLive(anchor->getNextApplyModules(), [&](const ModulePtr& next) {
+    end->addNextApplyModule(next, nextOfEnd);
     next->replacePreviousApplyModule(anchor, end);
   });
   start->addPreviousApplyModule(anchor);
-  anchor->nextApplyModules.clear();
-  LinkEdits::add();
+  anchor->clearLinks(anchor->nextApplyModules);
   anchor->addNextApplyModule(start);
 }
 
@@ -283,13 +309,13 @@ void ApplyGraph::insertSubGraphBefore(ModulePtr start, ModulePtr end, ModulePtr 
   }
   removeNext(end);
   removePrevious(start);
-  forEachLive(anchor->previousApplyModules, [&](const ModulePtr& previous) {
-    start->addPreviousApplyModule(previous);
+  KnownLinks previousOfStart;
+  forEachLive(anchor->getPreviousApplyModules(), [&](const ModulePtr& previous) {
+    start->addPreviousApplyModule(previous, previousOfStart);
     previous->replaceNextApplyModule(anchor, start);
   });
   end->addNextApplyModule(anchor);
-  anchor->previousApplyModules.clear();
-  LinkEdits::add();
+  anchor->clearLinks(anchor->previousApplyModules);
   anchor->addPreviousApplyModule(end);
   if (anchor->isStartOfSideChain()) {
     anchor->setStartOfSideChain(false);
@@ -303,22 +329,33 @@ void ApplyGraph::takeOut(const ModulePtr& start, const ModulePtr& end, bool hand
   if (start == nullptr || end == nullptr) {
     return;
   }
-  const Links previousModules = start->previousApplyModules;
-  const Links nextModules = end->nextApplyModules;
-  forEachLive(previousModules, [&](const ModulePtr& previous) {
-    previous->removeNextApplyModule(start);
-    start->removePreviousApplyModule(previous);
-    forEachLive(nextModules, [&](const ModulePtr& next) { previous->addNextApplyModule(next); });
-  });
-  forEachLive(nextModules, [&](const ModulePtr& next) {
-    next->removePreviousApplyModule(end);
-    end->removeNextApplyModule(next);
-    if (handOnStartFlag && start->isStartOfSideChain()) {
-      next->setStartOfSideChain(true);
-    }
-    forEachLive(previousModules,
-                [&](const ModulePtr& previous) { next->addPreviousApplyModule(previous); });
-  });
+  const LinksCopy previousModules(start->getPreviousApplyModules());
+  const LinksCopy nextModules(end->getNextApplyModules());
+  {
+    const LinkDrain drain(start->linkDrain, start->previousApplyModules);
+    forEachLive(previousModules, [&](const ModulePtr& previous) {
+      previous->removeNextApplyModule(start);
+      start->removePreviousApplyModule(previous);
+      KnownLinks nextOfPrevious;
+      forEachLive(nextModules, [&](const ModulePtr& next) {
+        previous->addNextApplyModule(next, nextOfPrevious);
+      });
+    });
+  }
+  {
+    const LinkDrain drain(end->linkDrain, end->nextApplyModules);
+    forEachLive(nextModules, [&](const ModulePtr& next) {
+      next->removePreviousApplyModule(end);
+      end->removeNextApplyModule(next);
+      if (handOnStartFlag && start->isStartOfSideChain()) {
+        next->setStartOfSideChain(true);
+      }
+      KnownLinks previousOfNext;
+      forEachLive(previousModules, [&](const ModulePtr& previous) {
+        next->addPreviousApplyModule(previous, previousOfNext);
+      });
+    });
+  }
   start->setStartOfSideChain(false);
 }
 
@@ -411,6 +448,7 @@ void ApplyGraph::insertSubGraphAccordingToInsertMode(ModulePtr start, ModulePtr 
   if (next != nullptr) {
     removePrevious(next);
   }
+  KnownLinks previousOfStart;
   for (const ModulePtr& previous : previousModules) {
     if (previous == nullptr) {
       continue;
@@ -418,18 +456,27 @@ void ApplyGraph::insertSubGraphAccordingToInsertMode(ModulePtr start, ModulePtr 
     if (previous->getChainId() == start->getChainId()) {
       takeOverSuccessorsInChain(end, previous);
     }
-    insertSubGraph(start, end, previous, next, false);
+    // The other links that are made here can add `end` to the previous list of `start`, but no
+    // other module.
+    if (previous == end) {
+      start->addPreviousApplyModule(previous);
+    } else {
+      start->addPreviousApplyModule(previous, previousOfStart);
+    }
+    linkBetween(start, end, previous, next);
   }
 }
 
 void ApplyGraph::takeOverSuccessorsInChain(const ModulePtr& end, const ModulePtr& previous) {
   const Identifier chainId = previous->getChainId();
-  const Links successors = previous->nextApplyModules;
+  const LinksCopy successors(previous->getNextApplyModules());
+  const LinkDrain drain(previous->linkDrain, previous->nextApplyModules);
+  KnownLinks nextOfEnd;
   forEachLive(successors, [&](const ModulePtr& successor) {
     if (successor->getChainId() == chainId) {
       previous->removeNextApplyModule(successor);
       successor->removePreviousApplyModule(previous);
-      end->addNextApplyModule(successor);
+      end->addNextApplyModule(successor, nextOfEnd);
       successor->addPreviousApplyModule(end);
     }
   });

@@ -65,7 +65,10 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
   /// null.
   static std::uint64_t computeLevelOfChain(std::shared_ptr<ApplyModule> module);
 
-  // Edits of one module
+  // Edits of one module. Linear in the links that are made and taken out and in the lists that are
+  // searched for each of them; where many modules are added to one list, duplicates are looked up
+  // in a set. A hook that looks at a list of which many entries are being taken out costs its
+  // length. The two fork operations walk the chain of `from` as well.
 
   /// Links `module` between two neighbours, either of which may be null: in the place of the link
   /// between them if there is one, else at the end of their lists. Sets or clears the module's
@@ -236,6 +239,10 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
   static void removePrevious(std::shared_ptr<ApplyModule> module);
   static void takeOut(const std::shared_ptr<ApplyModule>& start,
                       const std::shared_ptr<ApplyModule>& end, bool handOnStartFlag);
+  static void linkBetween(const std::shared_ptr<ApplyModule>& start,
+                          const std::shared_ptr<ApplyModule>& end,
+                          const std::shared_ptr<ApplyModule>& previous,
+                          const std::shared_ptr<ApplyModule>& next);
   static void addSubGraphToChain(const std::shared_ptr<ApplyModule>& start,
                                  const std::shared_ptr<ApplyModule>& end,
                                  const std::shared_ptr<ApplyModule>& anchor);

@@ -1,11 +1,12 @@
 #include "tessaril/module/ApplyModule.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "tessaril/commands/ApplyUpdateInfo.h"
 #include "tessaril/module/AddressNumbers.h"
+#include "tessaril/module/LinkDrain.h"
 #include "tessaril/module/LinkEdits.h"
+#include "tessaril/module/LinkSearch.h"
 #include "tessaril/platform/command_pattern/CommandBase.h"
 #include "tessaril/platform/framework_interfaces/ApplyCmdFactory.h"
 #include "tessaril/platform/framework_interfaces/ApplyUpdateMessage.h"
@@ -91,14 +92,12 @@ void gather(const ApplyModule& origin, LinksOf linksOf, ModuleSet& modules,
   }
 }
 
-Links::const_iterator findLink(const Links& links, const std::shared_ptr<ApplyModule>& module) {
-  return std::find_if(links.begin(), links.end(), [&](const std::weak_ptr<ApplyModule>& link) {
-    return link.lock() == module;
-  });
-}
-
 std::shared_ptr<ApplyModule> lockFirst(const Links& links) {
   return links.empty() ? nullptr : links.front().lock();
+}
+
+bool holds(const Links& links, const std::shared_ptr<ApplyModule>& module) {
+  return findLink(links, module) != links.end();
 }
 
 }  // namespace
@@ -106,24 +105,30 @@ std::shared_ptr<ApplyModule> lockFirst(const Links& links) {
 ApplyModule::ApplyModule() = default;
 ApplyModule::~ApplyModule() = default;
 
-const Links& ApplyModule::getNextApplyModules() const { return nextApplyModules; }
+const Links& ApplyModule::getNextApplyModules() const {
+  settleLinks();
+  return nextApplyModules;
+}
 
-const Links& ApplyModule::getPreviousApplyModules() const { return previousApplyModules; }
+const Links& ApplyModule::getPreviousApplyModules() const {
+  settleLinks();
+  return previousApplyModules;
+}
 
 std::shared_ptr<ApplyModule> ApplyModule::getNextApplyModule() const {
-  return lockFirst(nextApplyModules);
+  return lockFirst(getNextApplyModules());
 }
 
 std::shared_ptr<ApplyModule> ApplyModule::getPreviousApplyModule() const {
-  return lockFirst(previousApplyModules);
+  return lockFirst(getPreviousApplyModules());
 }
 
 bool ApplyModule::hasNextApplyModule(std::shared_ptr<ApplyModule> module) const {
-  return findLink(nextApplyModules, module) != nextApplyModules.end();
+  return holds(getNextApplyModules(), module);
 }
 
 bool ApplyModule::hasPreviousApplyModule(std::shared_ptr<ApplyModule> module) const {
-  return findLink(previousApplyModules, module) != previousApplyModules.end();
+  return holds(getPreviousApplyModules(), module);
 }
 
 bool ApplyModule::isAdditionalModule() const { return additionalModule; }
@@ -295,34 +300,49 @@ void ApplyModule::sendStateChangeSignalsOfFollowingModules() const {
 
 void ApplyModule::onApplyGraphChanged() {}
 
-void ApplyModule::addNextApplyModule(std::shared_ptr<ApplyModule> module) {
-  addLink(nextApplyModules, module);
+void ApplyModule::addNextApplyModule(const std::shared_ptr<ApplyModule>& module) {
+  addLink(nextApplyModules, module, nullptr);
 }
 
-void ApplyModule::addPreviousApplyModule(std::shared_ptr<ApplyModule> module) {
-  addLink(previousApplyModules, module);
+void ApplyModule::addNextApplyModule(const std::shared_ptr<ApplyModule>& module,
+                                     KnownLinks& known) {
+  addLink(nextApplyModules, module, &known);
 }
 
-void ApplyModule::removeNextApplyModule(std::shared_ptr<ApplyModule> module) {
+void ApplyModule::addPreviousApplyModule(const std::shared_ptr<ApplyModule>& module) {
+  addLink(previousApplyModules, module, nullptr);
+}
+
+void ApplyModule::addPreviousApplyModule(const std::shared_ptr<ApplyModule>& module,
+                                         KnownLinks& known) {
+  addLink(previousApplyModules, module, &known);
+}
+
+void ApplyModule::removeNextApplyModule(const std::shared_ptr<ApplyModule>& module) {
   removeLink(nextApplyModules, module);
 }
 
-void ApplyModule::removePreviousApplyModule(std::shared_ptr<ApplyModule> module) {
+void ApplyModule::removePreviousApplyModule(const std::shared_ptr<ApplyModule>& module) {
   removeLink(previousApplyModules, module);
 }
 
-bool ApplyModule::replaceNextApplyModule(std::shared_ptr<ApplyModule> oldModule,
-                                         std::shared_ptr<ApplyModule> newModule) {
+bool ApplyModule::replaceNextApplyModule(const std::shared_ptr<ApplyModule>& oldModule,
+                                         const std::shared_ptr<ApplyModule>& newModule) {
   return replaceLink(nextApplyModules, oldModule, newModule);
 }
 
-bool ApplyModule::replacePreviousApplyModule(std::shared_ptr<ApplyModule> oldModule,
-                                             std::shared_ptr<ApplyModule> newModule) {
+bool ApplyModule::replacePreviousApplyModule(const std::shared_ptr<ApplyModule>& oldModule,
+                                             const std::shared_ptr<ApplyModule>& newModule) {
   return replaceLink(previousApplyModules, oldModule, newModule);
 }
 
-void ApplyModule::addLink(Links& links, const std::shared_ptr<ApplyModule>& module) {
-  if (module == nullptr || module.get() == this || findLink(links, module) != links.end()) {
+void ApplyModule::addLink(Links& links, const std::shared_ptr<ApplyModule>& module,
+                          KnownLinks* known) {
+  if (module == nullptr || module.get() == this) {
+    return;
+  }
+  settleLinks();
+  if (known != nullptr ? !known->isNew(links, module) : holds(links, module)) {
     return;
   }
   links.push_back(module);
@@ -331,11 +351,14 @@ void ApplyModule::addLink(Links& links, const std::shared_ptr<ApplyModule>& modu
 }
 
 void ApplyModule::removeLink(Links& links, const std::shared_ptr<ApplyModule>& module) {
-  const auto found = findLink(links, module);
-  if (found == links.end()) {
-    return;
+  if (linkDrain == nullptr || !linkDrain->takeOut(links, module)) {
+    settleLinks();
+    const auto found = findLink(links, module);
+    if (found == links.end()) {
+      return;
+    }
+    links.erase(found);
   }
-  links.erase(found);
   LinkEdits::add();
   onApplyGraphChanged();
 }
@@ -347,14 +370,41 @@ bool ApplyModule::replaceLink(Links& links, const std::shared_ptr<ApplyModule>& 
   if (newModule.get() == this) {
     return false;
   }
+  settleLinks();
   const auto found = findLink(links, oldModule);
   if (found == links.end()) {
     return false;
   }
-  links[static_cast<std::size_t>(found - links.begin())] = newModule;
+  auto& link = links[static_cast<std::size_t>(found - links.begin())];
+  link = newModule;
+  if (newModule == nullptr) {
+    // Expired, also where the pointer shares the ownership of something that is alive.
+    link.reset();
+  }
   LinkEdits::add();
   onApplyGraphChanged();
   return true;
 }
+
+void ApplyModule::clearLinks(Links& links) {
+  settleLinks();
+  links.clear();
+  LinkEdits::add();
+}
+
+void ApplyModule::takeOverLinks(ApplyModule& other) {
+  settleLinks();
+  other.settleLinks();
+  Links next = std::exchange(other.nextApplyModules, {});
+  Links previous = std::exchange(other.previousApplyModules, {});
+  // A module that is replaced by itself loses its lists.
+  if (&other != this) {
+    nextApplyModules = std::move(next);
+    previousApplyModules = std::move(previous);
+  }
+  LinkEdits::add();
+}
+
+void ApplyModule::settleLinkDrain() const { linkDrain->settle(); }
 
 }  // namespace Tessaril

@@ -16,6 +16,8 @@ class ApplyCmdFactory;
 class ApplyUpdateInfo;
 class ApplyUpdateMessage;
 class CommandBase;
+class KnownLinks;
+class LinkDrain;
 class Object;
 class PersistenceArchiver;
 
@@ -28,10 +30,13 @@ class PersistenceArchiver;
 /// while the module it names exists. The order of a link list matters: the first entry is the
 /// preferred neighbour, and the walks depend on it.
 ///
-/// Modules are held through std::shared_ptr by the application; the graph owns none of them. Links
-/// are edited by ApplyGraph only, which keeps both directions in step. Design steps derive from
-/// this class, override the policy questions and hand in a factory for their commands. As it stands
-/// the class is a module that never needs an apply of its own but takes part in auto apply.
+/// Modules are held through std::shared_ptr by the application; the graph owns none of them. A
+/// neighbour is known by its address, whatever else a pointer to it keeps alive. An entry made
+/// from a pointer with the same owner is found soonest, and before other entries for that module.
+///
+/// Links are edited by ApplyGraph only, which keeps both directions in step. Design steps derive
+/// from this class, override the policy questions and hand in a factory for their commands. As it
+/// stands the class is a module that never needs an apply of its own but takes part in auto apply.
 ///
 /// No locking: a graph must not be edited while it is walked or updated, and belongs to one thread
 /// at a time. An owner dropping a module while another thread locks a link to it is the only
@@ -51,7 +56,9 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
 
   // Neighbours
 
-  /// The next list in list order; entries may have expired.
+  /// The next list in list order; entries may have expired. Ask anew after each edit and in each
+  /// call of onApplyGraphChanged(): a reference from before may show entries that have been taken
+  /// out.
   const std::vector<std::weak_ptr<ApplyModule>>& getNextApplyModules() const;
   const std::vector<std::weak_ptr<ApplyModule>>& getPreviousApplyModules() const;
   /// The module of the first entry, or null when the list is empty or that entry has expired. Later
@@ -59,6 +66,7 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   std::shared_ptr<ApplyModule> getNextApplyModule() const;
   std::shared_ptr<ApplyModule> getPreviousApplyModule() const;
   /// True if some entry is that very module. A null `module` matches an entry that has expired.
+  /// Linear in the list.
   bool hasNextApplyModule(std::shared_ptr<ApplyModule> module) const;
   bool hasPreviousApplyModule(std::shared_ptr<ApplyModule> module) const;
 
@@ -194,14 +202,17 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
 
   using Links = std::vector<std::weak_ptr<ApplyModule>>;
 
-  void addNextApplyModule(std::shared_ptr<ApplyModule> module);
-  void addPreviousApplyModule(std::shared_ptr<ApplyModule> module);
-  void removeNextApplyModule(std::shared_ptr<ApplyModule> module);
-  void removePreviousApplyModule(std::shared_ptr<ApplyModule> module);
-  bool replaceNextApplyModule(std::shared_ptr<ApplyModule> oldModule,
-                              std::shared_ptr<ApplyModule> newModule);
-  bool replacePreviousApplyModule(std::shared_ptr<ApplyModule> oldModule,
-                                  std::shared_ptr<ApplyModule> newModule);
+  void addNextApplyModule(const std::shared_ptr<ApplyModule>& module);
+  void addPreviousApplyModule(const std::shared_ptr<ApplyModule>& module);
+  // For an edit that adds many modules to one list.
+  void addNextApplyModule(const std::shared_ptr<ApplyModule>& module, KnownLinks& known);
+  void addPreviousApplyModule(const std::shared_ptr<ApplyModule>& module, KnownLinks& known);
+  void removeNextApplyModule(const std::shared_ptr<ApplyModule>& module);
+  void removePreviousApplyModule(const std::shared_ptr<ApplyModule>& module);
+  bool replaceNextApplyModule(const std::shared_ptr<ApplyModule>& oldModule,
+                              const std::shared_ptr<ApplyModule>& newModule);
+  bool replacePreviousApplyModule(const std::shared_ptr<ApplyModule>& oldModule,
+                                  const std::shared_ptr<ApplyModule>& newModule);
   void setStartOfSideChain(bool start);
   void save(PersistenceArchiver& archiver, unsigned int version) const;
   void load(PersistenceArchiver& archiver, unsigned int version);
@@ -210,10 +221,20 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   void setChainStart(ApplyModuleInsertInfo::ApplyGraphInsertMode mode, Identifier chainId,
                      Identifier startChainId);
 
-  void addLink(Links& links, const std::shared_ptr<ApplyModule>& module);
+  void addLink(Links& links, const std::shared_ptr<ApplyModule>& module, KnownLinks* known);
   void removeLink(Links& links, const std::shared_ptr<ApplyModule>& module);
   bool replaceLink(Links& links, const std::shared_ptr<ApplyModule>& oldModule,
                    const std::shared_ptr<ApplyModule>& newModule);
+  void clearLinks(Links& links);
+  /// Both lists of the other module, whose lists are empty then.
+  void takeOverLinks(ApplyModule& other);
+  /// To be called before a list is used.
+  void settleLinks() const {
+    if (linkDrain != nullptr) {
+      settleLinkDrain();
+    }
+  }
+  void settleLinkDrain() const;
 
   static const unsigned int s_serialization_type_id;
   static const bool s_parent_registered_for_save;
@@ -224,6 +245,8 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   std::shared_ptr<ApplyCmdFactory> applyCmdFactory;
   Links previousApplyModules;
   Links nextApplyModules;
+  /// The edit that is taking entries out of one of the lists, or null.
+  LinkDrain* linkDrain = nullptr;
   bool additionalModule = false;
   bool startOfSideChain = false;
   ApplyModuleInsertInfo insertInfo;

@@ -1,7 +1,5 @@
 #include "tests/support/PrivateLinks.h"
 
-#include <utility>
-
 namespace Tessaril::TestSupport::PrivateLinks {
 
 namespace {
@@ -13,8 +11,8 @@ struct Grant {
   friend typename Tag::Member memberOf(Tag /*tag*/) { return kMember; }
 };
 
-using Edit = void (ApplyModule::*)(ModulePtr);
-using Replacement = bool (ApplyModule::*)(ModulePtr, ModulePtr);
+using Edit = void (ApplyModule::*)(const ModulePtr&);
+using Replacement = bool (ApplyModule::*)(const ModulePtr&, const ModulePtr&);
 
 struct AddNext {
   using Member = Edit;
@@ -80,28 +78,24 @@ template struct Grant<SpeedRate, &ApplyModule::speedRate>;
 
 }  // namespace
 
-void addNext(ApplyModule& module, ModulePtr next) {
-  (module.*memberOf(AddNext{}))(std::move(next));
-}
+void addNext(ApplyModule& module, ModulePtr next) { (module.*memberOf(AddNext{}))(next); }
 
 void addPrevious(ApplyModule& module, ModulePtr previous) {
-  (module.*memberOf(AddPrevious{}))(std::move(previous));
+  (module.*memberOf(AddPrevious{}))(previous);
 }
 
-void removeNext(ApplyModule& module, ModulePtr next) {
-  (module.*memberOf(RemoveNext{}))(std::move(next));
-}
+void removeNext(ApplyModule& module, ModulePtr next) { (module.*memberOf(RemoveNext{}))(next); }
 
 void removePrevious(ApplyModule& module, ModulePtr previous) {
-  (module.*memberOf(RemovePrevious{}))(std::move(previous));
+  (module.*memberOf(RemovePrevious{}))(previous);
 }
 
 bool replaceNext(ApplyModule& module, ModulePtr oldNext, ModulePtr newNext) {
-  return (module.*memberOf(ReplaceNext{}))(std::move(oldNext), std::move(newNext));
+  return (module.*memberOf(ReplaceNext{}))(oldNext, newNext);
 }
 
 bool replacePrevious(ApplyModule& module, ModulePtr oldPrevious, ModulePtr newPrevious) {
-  return (module.*memberOf(ReplacePrevious{}))(std::move(oldPrevious), std::move(newPrevious));
+  return (module.*memberOf(ReplacePrevious{}))(oldPrevious, newPrevious);
 }
 
 void setStartOfSideChain(ApplyModule& module, bool start) {
