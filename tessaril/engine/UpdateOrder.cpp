@@ -10,11 +10,13 @@ namespace Tessaril {
 
 UpdateOrder::UpdateOrder()
     : editsSeen(LinkEdits::count()),
-      next{&ApplyModule::getNextApplyModules},
-      previous{&ApplyModule::getPreviousApplyModules} {}
+      next{&ApplyModule::getNextApplyModules, &Node::next},
+      previous{&ApplyModule::getPreviousApplyModules, &Node::previous} {}
 
 UpdateOrder::~UpdateOrder() = default;
 
+// What the run before has visited lives until the ways back from the end are known: a module that
+// nobody else holds any more is still found there.
 void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
   keepSavedQueue();
   std::vector<ModulePtr> queued = modulesOf(moduleQueue.modules());
@@ -22,16 +24,19 @@ void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
   const std::vector<ModulePtr> saved = modulesOf(savedModuleQueue);
   forget();
 
+  const Number endNumber = numberOf(end);
+  const Number startNumber = numberOf(start);
+  nodes[endNumber].isOnTheWay = true;
+  gather(endNumber, startNumber, previous,
+         [this](Number met) { return !std::exchange(nodes[met].isOnTheWay, true); });
+  modulesBefore.clear();
+  nodes[startNumber].isInRange = true;
+  gather(startNumber, endNumber, next,
+         [this](Number met) { return !std::exchange(nodes[met].isInRange, true); });
+
   for (std::size_t i = 0; i < saved.size(); ++i) {
     savedModuleQueue[i] = numberOf(saved[i]);
   }
-  const Number startNumber = numberOf(start);
-  const Number endNumber = numberOf(end);
-  const auto into = [](NumberSet& set) { return [&set](Number met) { return set.insert(met); }; };
-  gather(endNumber, startNumber, previous, into(dependencyCollection));
-  dependencyCollection.insert(endNumber);
-  gather(startNumber, endNumber, next, into(successorCollection));
-  successorCollection.insert(startNumber);
   for (const ModulePtr& module : queued) {
     queue(numberOf(module));
   }
@@ -41,19 +46,15 @@ void UpdateOrder::forget() {
   for (SubGraph* active = innermost; active != nullptr; active = active->outer) {
     active->end();
   }
-  modules = ModuleNumbers();
   editsSeen = LinkEdits::count();
-  for (Side* side : {&next, &previous}) {
-    side->lists.clear();
-    side->numbers.clear();
-  }
-  dependencyCollection.clear();
-  successorCollection.clear();
-  visitedModules.clear();
+  nodes.clear();
+  next.neighbours.clear();
+  previous.neighbours.clear();
   moduleQueue.clear();
   noteReopened();
   upstreamIsKnown = false;
   rangeOrder.clear();
+  modules.clear(modulesBefore);
 }
 
 // The graph
@@ -65,8 +66,8 @@ void UpdateOrder::followEdits() {
   }
   editsSeen = edits;
   ++edition;
-  next.numbers.clear();
-  previous.numbers.clear();
+  next.neighbours.clear();
+  previous.neighbours.clear();
   noteReopened();
   upstreamIsKnown = false;
   rangeOrder.clear();
@@ -83,21 +84,15 @@ void UpdateOrder::refillQueues() {
   }
 }
 
-UpdateOrder::List UpdateOrder::read(Side& side, Number number) {
-  if (number >= side.lists.size()) {
-    side.lists.resize(2 * std::size_t{number} + 2);
-  }
-  List& list = side.lists[number];
-  if (list.edition != edition) {
-    list.begin = static_cast<std::uint32_t>(side.numbers.size());
-    for (const auto& link : (*modules[number].*side.linksOf)()) {
-      if (ModulePtr neighbour = link.lock()) {
-        side.numbers.push_back(modules.add(std::move(neighbour)).first);
-      }
+UpdateOrder::List UpdateOrder::readAnew(Side& side, Number number) {
+  List list{static_cast<std::uint32_t>(side.neighbours.size()), 0, edition};
+  for (const auto& link : (*modules[number].*side.linksOf)()) {
+    if (ModulePtr neighbour = link.lock()) {
+      side.neighbours.push_back(numberOf(std::move(neighbour)));
     }
-    list.end = static_cast<std::uint32_t>(side.numbers.size());
-    list.edition = edition;
   }
+  list.end = static_cast<std::uint32_t>(side.neighbours.size());
+  nodes[number].*side.list = list;
   return list;
 }
 
@@ -111,7 +106,7 @@ void UpdateOrder::gather(Number from, Number stop, Side& side, const Meet& meet)
     stack.pop_back();
     const List list = read(side, number);
     for (std::uint32_t i = list.begin; i != list.end; ++i) {
-      const Number met = side.numbers[i];
+      const Number met = side.neighbours[i];
       if (meet(met) && met != stop) {
         stack.push_back(met);
       }
@@ -132,30 +127,27 @@ bool UpdateOrder::isUpstreamOf(const ModulePtr& horizon, Number number) {
 
 // The queue
 
-UpdateOrder::Number UpdateOrder::findUnvisited(Number number, std::uint32_t& searched,
-                                               const NumberSet& scope, const NumberSet& visited) {
-  if (visited.contains(number)) {
-    return kNone;
-  }
-  const List list = read(previous, number);
-  for (; searched < list.size(); ++searched) {
-    const Number neighbour = previous.numbers[list.begin + searched];
-    if (!visited.contains(neighbour) && scope.contains(neighbour)) {
-      return neighbour;
-    }
-  }
-  return kNone;
+auto UpdateOrder::searchInRange() {
+  return [this](Number number, std::uint32_t& searched) {
+    return isVisited(number)
+               ? kNone
+               : findBefore(number, searched, [](const Node& node, Number /*neighbour*/) {
+                   return node.isInRange && !node.isVisited;
+                 });
+  };
 }
 
 auto UpdateOrder::searchIn(const NumberSet& scope) {
   return [this, &scope](Number number, std::uint32_t& searched) {
-    return findUnvisited(number, searched, scope, visitedModules);
+    return isVisited(number)
+               ? kNone
+               : findBefore(number, searched, [&scope](const Node& node, Number neighbour) {
+                   return !node.isVisited && scope.contains(neighbour);
+                 });
   };
 }
 
-void UpdateOrder::queue(Number number) {
-  moduleQueue.push(number, false, searchIn(successorCollection));
-}
+void UpdateOrder::queue(Number number) { moduleQueue.push(number, false, searchInRange()); }
 
 std::optional<UpdateOrder::Number> UpdateOrder::takeNext() {
   followEdits();
@@ -168,10 +160,10 @@ std::optional<UpdateOrder::Number> UpdateOrder::takeNext() {
 }
 
 void UpdateOrder::setVisited(Number number) {
-  if (!visitedModules.insert(number)) {
+  if (std::exchange(nodes[number].isVisited, true)) {
     return;
   }
-  moduleQueue.noteVisited(number, searchIn(successorCollection));
+  moduleQueue.noteVisited(number, searchInRange());
   for (SubGraph* active = innermost; active != nullptr; active = active->outer) {
     active->work->queue.noteVisited(number, searchIn(active->work->scope));
   }
@@ -179,10 +171,9 @@ void UpdateOrder::setVisited(Number number) {
 
 void UpdateOrder::setUnvisited(const ModulePtr& module) {
   const Number number = modules.find(module.get());
-  if (!isVisited(number)) {
+  if (number == kNone || !std::exchange(nodes[number].isVisited, false)) {
     return;
   }
-  visitedModules.erase(number);
   noteReopened();
   refillQueues();
 }
@@ -338,8 +329,8 @@ bool UpdateOrder::leadsOnlyOn(std::size_t place) {
   const List onward = read(next, number);
   const List back = read(previous, following);
   return number != rangeEnd && following != rangeEnd && onward.size() == 1 &&
-         next.numbers[onward.begin] == following && back.size() == 1 &&
-         previous.numbers[back.begin] == number && metForwards[number] == (place == 0 ? 0 : 1) &&
+         next.neighbours[onward.begin] == following && back.size() == 1 &&
+         previous.neighbours[back.begin] == number && metForwards[number] == (place == 0 ? 0 : 1) &&
          metBackwards[number] == 1;
 }
 
@@ -361,7 +352,9 @@ void UpdateOrder::makeRangeOrder(Number from, Number end) {
   gather(end, from, previous, [this](Number met) { return metBackwards.add(met); });
 
   const auto search = [this](Number number, std::uint32_t& searched) {
-    return findUnvisited(number, searched, rangeScope, rangeVisited);
+    return findBefore(number, searched, [this](const Node& /*node*/, Number neighbour) {
+      return rangeScope.contains(neighbour) && !rangeVisited.contains(neighbour);
+    });
   };
   const auto isVisitedHere = [this](Number number) { return rangeVisited.contains(number); };
   rangeQueue.push(from, false, search);
@@ -371,7 +364,7 @@ void UpdateOrder::makeRangeOrder(Number from, Number end) {
     rangeQueue.noteVisited(taken->module, search);
     const List list = read(next, taken->module);
     for (std::uint32_t i = list.begin; i != list.end; ++i) {
-      const Number following = next.numbers[i];
+      const Number following = next.neighbours[i];
       if (following == end || metBackwards[following] != 0) {
         rangeQueue.push(following, false, search);
       }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "tessaril/graph/ModuleNumbers.h"
@@ -38,10 +39,19 @@ class UpdateOrder {
   void begin(const ModulePtr& start, const ModulePtr& end);
 
   const ModulePtr& module(Number number) const { return modules[number]; }
-  Number numberOf(const ModulePtr& module) { return modules.add(module).first; }
+  Number numberOf(ModulePtr module) {
+    const auto [number, isNew] = modules.add(std::move(module));
+    if (isNew) {
+      nodes.emplace_back();
+    }
+    return number;
+  }
   /// True for the end and its dependencies back to the start.
-  bool isOnTheWay(Number number) const { return dependencyCollection.contains(number); }
-  bool isOnTheWay(const ApplyModule& module) const { return isOnTheWay(modules.find(&module)); }
+  bool isOnTheWay(Number number) const { return nodes[number].isOnTheWay; }
+  bool isOnTheWay(const ApplyModule& module) const {
+    const Number number = modules.find(&module);
+    return number != kNone && isOnTheWay(number);
+  }
 
   void setVisited(Number number);
   void setUnvisited(const ModulePtr& module);
@@ -59,7 +69,7 @@ class UpdateOrder {
     followEdits();
     const List list = read(next, number);
     for (std::uint32_t i = list.begin; i != list.end; ++i) {
-      use(next.numbers[i]);
+      use(next.neighbours[i]);
     }
   }
 
@@ -79,7 +89,7 @@ class UpdateOrder {
   using Links = std::vector<std::weak_ptr<ApplyModule>>;
   static constexpr Number kNone = ModuleNumbers::kNone;
 
-  /// Places in the numbers of its side.
+  /// Places among the neighbours of all modules.
   struct List {
     std::uint32_t begin = 0;
     std::uint32_t end = 0;
@@ -87,11 +97,19 @@ class UpdateOrder {
 
     std::uint32_t size() const { return end - begin; }
   };
-  /// The links of all modules in one direction, as far as they have been read.
+  struct Node {
+    List next{};
+    List previous{};
+    bool isOnTheWay = false;
+    /// The start or one of its followers as far as the end.
+    bool isInRange = false;
+    bool isVisited = false;
+  };
+  /// The links in one direction, as far as they have been read.
   struct Side {
     const Links& (ApplyModule::*linksOf)() const;
-    std::vector<List> lists{};
-    std::vector<Number> numbers{};
+    List Node::*list;
+    std::vector<Number> neighbours{};
   };
   class Counts {
    public:
@@ -114,13 +132,28 @@ class UpdateOrder {
   void forget();
   void followEdits();
   void refillQueues();
-  List read(Side& side, Number number);
+  List read(Side& side, Number number) {
+    const List list = nodes[number].*side.list;
+    return list.edition == edition ? list : readAnew(side, number);
+  }
+  List readAnew(Side& side, Number number);
   template <typename Meet>
   void gather(Number from, Number stop, Side& side, const Meet& meet);
-  Number findUnvisited(Number number, std::uint32_t& searched, const NumberSet& scope,
-                       const NumberSet& visited);
+  /// The first neighbour before the module, from place `searched` on, that `holdsBack`.
+  template <typename HoldsBack>
+  Number findBefore(Number number, std::uint32_t& searched, const HoldsBack& holdsBack) {
+    const List list = read(previous, number);
+    for (; searched < list.size(); ++searched) {
+      const Number neighbour = previous.neighbours[list.begin + searched];
+      if (holdsBack(nodes[neighbour], neighbour)) {
+        return neighbour;
+      }
+    }
+    return kNone;
+  }
+  auto searchInRange();
   auto searchIn(const NumberSet& scope);
-  bool isVisited(Number number) const { return visitedModules.contains(number); }
+  bool isVisited(Number number) const { return nodes[number].isVisited; }
   std::vector<ModulePtr> modulesOf(const std::vector<Number>& numbers) const;
   void keepSavedQueue();
   void noteReopened();
@@ -130,6 +163,9 @@ class UpdateOrder {
   void makeRangeOrder(Number from, Number end);
 
   ModuleNumbers modules;
+  std::vector<Node> nodes;
+  /// Empty but for a moment.
+  std::vector<ModulePtr> modulesBefore;
   std::uint64_t editsSeen;
   /// Lists of another edition have to be read anew.
   std::uint32_t edition = 1;
@@ -137,9 +173,6 @@ class UpdateOrder {
   Side previous;
   std::vector<Number> stack;
 
-  NumberSet dependencyCollection;
-  NumberSet successorCollection;
-  NumberSet visitedModules;
   OrderedQueue moduleQueue;
   /// The queue when it was saved, unless the queue itself knows.
   std::vector<Number> savedModuleQueue;

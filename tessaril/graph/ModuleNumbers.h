@@ -22,6 +22,13 @@ class ModuleNumbers {
   std::size_t size() const { return modules.size(); }
   const std::shared_ptr<ApplyModule>& operator[](Number number) const { return modules[number]; }
 
+  /// Keeps its memory. The modules are put into `before` instead of being let go.
+  void clear(std::vector<std::shared_ptr<ApplyModule>>& before) {
+    numbers.clear();
+    before.clear();
+    before.swap(modules);
+  }
+
   /// kNone for a module that has no number.
   Number find(const ApplyModule* module) const { return numbers.find(module); }
 

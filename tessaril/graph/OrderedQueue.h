@@ -19,6 +19,8 @@ namespace Tessaril {
 /// `searched` of the module's neighbours on that the module has to wait for, with `searched` left
 /// at its place; kNone when there is none, or when the module itself is visited.
 ///
+/// A module that nobody else waits beside needs no place in an order: it is kept on its own.
+///
 /// Whatever else changes the answers of a search than a module that becomes visited, a module that
 /// becomes unvisited or an edited link: the queue has to be filled anew.
 class OrderedQueue {
@@ -28,6 +30,15 @@ class OrderedQueue {
 
   template <typename Search>
   void push(Number module, bool flag, const Search& search) {
+    if (!hasOnly && order.isEmpty()) {
+      std::uint32_t searched = 0;
+      if (search(module, searched) == kNone) {
+        only = {module, flag};
+        hasOnly = true;
+        return;
+      }
+    }
+    joinOthers();
     if (nodeOf(module).state == State::Unknown) {
       lookForUnvisited(module, search);
     }
@@ -36,7 +47,10 @@ class OrderedQueue {
 
   template <typename IsVisited>
   std::optional<ReadyOrder::Taken> take(const IsVisited& isVisited) {
-    return order.take(isVisited);
+    if (!std::exchange(hasOnly, false)) {
+      return order.take(isVisited);
+    }
+    return isVisited(only.module) ? std::nullopt : std::optional(only);
   }
 
   /// To be called when the module has become visited.
@@ -59,7 +73,10 @@ class OrderedQueue {
     }
   }
 
-  void drop() { order.drop(); }
+  void drop() {
+    hasOnly = false;
+    order.drop();
+  }
 
   void clear() {
     order.forEachPushed([this](Number module) {
@@ -69,10 +86,16 @@ class OrderedQueue {
       nodes[module] = Node();
     });
     order.clear();
+    hasOnly = false;
   }
 
-  std::vector<Number> modules() const { return order.modules(); }
-  void save() { order.save(); }
+  std::vector<Number> modules() const {
+    return hasOnly ? std::vector<Number>{only.module} : order.modules();
+  }
+  void save() {
+    joinOthers();
+    order.save();
+  }
   std::vector<Number> savedModules() const { return order.savedModules(); }
 
  private:
@@ -93,6 +116,13 @@ class OrderedQueue {
       nodes.resize(2 * std::size_t{module} + 2);
     }
     return nodes[module];
+  }
+
+  void joinOthers() {
+    if (std::exchange(hasOnly, false)) {
+      nodeOf(only.module).state = State::Candidate;
+      order.push(only.module, only.flag, true);
+    }
   }
 
   void setCandidate(Number module) {
@@ -116,6 +146,9 @@ class OrderedQueue {
     return false;
   }
 
+  /// In place of an entry in the order, which is empty then.
+  ReadyOrder::Taken only{};
+  bool hasOnly = false;
   ReadyOrder order;
   std::vector<Node> nodes;
 };

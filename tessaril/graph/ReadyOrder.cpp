@@ -21,6 +21,7 @@ void ReadyOrder::push(Number module, bool flag, bool isCandidate) {
   }
   entries.push_back({0, kNone, kNone, firstOfModule[module], module, flag, false});
   firstOfModule[module] = index;
+  ++living;
 
   // Before a cursor at the head is behind the tail.
   const bool atTail = cursor == head;
@@ -66,6 +67,7 @@ ReadyOrder::Taken ReadyOrder::takeOut(Index index) {
 
 void ReadyOrder::remove(Index index) {
   entries[index].isRemoved = true;
+  --living;
   if (isSaved) {
     removedSinceSave.push_back(index);
   } else {
@@ -89,6 +91,7 @@ void ReadyOrder::drop() {
 void ReadyOrder::clear() {
   forEachPushed([this](Number module) { firstOfModule[module] = kNone; });
   entries.clear();
+  living = 0;
   head = tail = cursor = kNone;
   fromCursorOn.clear();
   beforeCursor.clear();

@@ -44,6 +44,7 @@ class ReadyOrder {
   void drop();
   void clear();
 
+  bool isEmpty() const { return living == 0; }
   /// The modules of all entries, from the front on.
   std::vector<Number> modules() const;
   /// Remembers the queue as it is now. Costs what has changed since the last time.
@@ -96,6 +97,8 @@ class ReadyOrder {
   void forEachLinked(Index first, const Use& use) const;
 
   std::vector<Entry> entries;
+  /// Of the entries, those that have not been removed.
+  std::size_t living = 0;
   /// By module: its entries.
   std::vector<Index> firstOfModule;
   Index head = kNone;

@@ -18,6 +18,12 @@ class AddressNumbers {
 
   std::size_t size() const { return count; }
 
+  /// Keeps its memory.
+  void clear() {
+    slots.assign(slots.size(), Slot());
+    count = 0;
+  }
+
   /// kNone for an address that has no number.
   Number find(const void* address) const { return slots[slotOf(address)].number; }
 
