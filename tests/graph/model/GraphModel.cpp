@@ -49,6 +49,18 @@ bool holds(const Names& list, const Name& module) {
   return std::find(list.begin(), list.end(), module) != list.end();
 }
 
+std::string shown(const Name& module, const Names& previous, const Names& next) {
+  std::string text = " " + module + "[";
+  for (const auto& name : previous) {
+    text += name + " ";
+  }
+  text += "|";
+  for (const auto& name : next) {
+    text += " " + name;
+  }
+  return text + "]";
+}
+
 Graph::Graph(const TestSupport::TestGraph& graph) {
   for (const auto& member : graph) {
     auto& module = all[member.name];
@@ -97,7 +109,17 @@ std::string Graph::describe() const {
 
 // A module's own lists
 
-void Graph::changed(const Name& owner) { calls += (calls.empty() ? "" : " ") + owner; }
+void Graph::changed(const Name& owner) {
+  calls += (calls.empty() ? "" : " ") + owner;
+  for (const auto& name : watched) {
+    if (contains(name)) {
+      calls += shown(name, all.at(name).previous, all.at(name).next);
+    }
+  }
+  if (callsUntilFailure > 0 && --callsUntilFailure == 0) {
+    throw HookFailure("the hook of " + owner);
+  }
+}
 
 void Graph::add(const Name& owner, List list, const Name& module) {
   Names& names = all.at(owner).*list;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <set>
@@ -43,6 +44,15 @@ class CircularWalk : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// What a graph hook throws.
+class HookFailure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// " A[P|N ~]": the lists of a module, as a graph hook saw them.
+std::string shown(const Name& module, const Names& previous, const Names& next);
+
 class Graph {
  public:
   Graph() = default;
@@ -60,6 +70,10 @@ class Graph {
 
   /// The modules whose onApplyGraphChanged() is due, in order: "A B A".
   std::string calls;
+  /// Modules whose lists each such call looks at, and adds to `calls`.
+  Names watched;
+  /// From now on, the call that throws HookFailure; 0 for none.
+  std::size_t callsUntilFailure = 0;
 
   // Navigation
 

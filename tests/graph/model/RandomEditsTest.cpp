@@ -39,21 +39,90 @@ struct Edit {
   Name chain;
   Name startChain;
   bool flag = false;
+  /// The call of a graph hook, among those of this edit, that throws; 0 for none.
+  std::size_t failingCall = 0;
 };
+
+/// Where the edits of one random test begin.
+struct Beginning {
+  std::uint64_t seed = 0;
+  RandomGraphParameters parameters;
+  /// So many modules get random links with most others, forwards or backwards, dead entries and
+  /// duplicates among them.
+  std::size_t hubs = 0;
+  /// Modules whose lists every graph hook looks at.
+  Names watched;
+};
+
+Name nameOf(const std::weak_ptr<ApplyModule>& link) {
+  const ModulePtr module = link.lock();
+  return module == nullptr ? kNone : dynamic_cast<const TestModule&>(*module).getModuleName();
+}
+
+Names namesOf(const std::vector<std::weak_ptr<ApplyModule>>& links) {
+  Names names;
+  for (const auto& link : links) {
+    names.push_back(nameOf(link));
+  }
+  return names;
+}
+
+/// Links `hub` with most other modules of the graph, in the order in which they were made.
+void makeHub(Random& random, const TestGraph& graph, const ModulePtr& hub) {
+  using namespace TestSupport::PrivateLinks;
+  const bool forwards = random.percent(50);
+  Links& list = forwards ? nextList(*hub) : previousList(*hub);
+  for (const auto& member : graph) {
+    if (member.module == hub || random.percent(15)) {
+      continue;
+    }
+    list.emplace_back(member.module);
+    if (random.percent(3)) {
+      list.emplace_back(member.module);
+    }
+    if (random.percent(5)) {
+      list.emplace_back();
+    }
+    if (!random.percent(3)) {
+      (forwards ? previousList(*member.module) : nextList(*member.module)).emplace_back(hub);
+    }
+  }
+}
 
 /// The library's graph, which listens to its modules.
 struct Library {
-  Library(std::uint64_t seed, const RandomGraphParameters& parameters)
-      : graph(TestSupport::randomGraph(seed, parameters, [this](const Name& name) -> ModulePtr {
-          auto module = std::make_shared<TestModule>(name);
-          module->whenGraphChanges = [this](TestModule& changed) {
-            calls += (calls.empty() ? "" : " ") + changed.getModuleName();
-          };
-          return module;
-        })) {}
+  explicit Library(const Beginning& beginning)
+      : watched(beginning.watched),
+        graph(TestSupport::randomGraph(
+            beginning.seed, beginning.parameters, [this](const Name& name) -> ModulePtr {
+              auto module = std::make_shared<TestModule>(name);
+              module->whenGraphChanges = [this](TestModule& changed) { onGraphChanged(changed); };
+              return module;
+            })) {
+    Random random(beginning.seed + 31);
+    for (std::size_t i = 0; i < beginning.hubs && i < graph.size(); ++i) {
+      makeHub(random, graph, graph.members()[i].module);
+    }
+  }
 
   ModulePtr find(const Name& name) const { return name == kNone ? nullptr : graph[name]; }
 
+  void onGraphChanged(const TestModule& changed) {
+    calls += (calls.empty() ? "" : " ") + changed.getModuleName();
+    for (const auto& name : watched) {
+      if (graph.contains(name)) {
+        const ModulePtr& module = graph[name];
+        calls += GraphModel::shown(name, namesOf(module->getPreviousApplyModules()),
+                                   namesOf(module->getNextApplyModules()));
+      }
+    }
+    if (callsUntilFailure > 0 && --callsUntilFailure == 0) {
+      throw GraphModel::HookFailure("the hook of " + changed.getModuleName());
+    }
+  }
+
+  Names watched;
+  std::size_t callsUntilFailure = 0;
   std::string calls;
   TestGraph graph;
 };
@@ -232,7 +301,8 @@ std::string describe(const Edit& edit) {
     text += (i == 0 ? "" : ", ") + edit.modules[i];
   }
   return text + ") chain " + edit.chain + " start chain " + edit.startChain +
-         (edit.flag ? " true" : " false");
+         (edit.flag ? " true" : " false") +
+         (edit.failingCall > 0 ? " failing at call " + std::to_string(edit.failingCall) : "");
 }
 
 std::string describe(const std::vector<Edit>& edits) {
@@ -245,10 +315,11 @@ std::string describe(const std::vector<Edit>& edits) {
 
 /// Carries the edits out on both sides. Empty when all is the same, else the first difference.
 /// Edits of modules that have been dropped, and those that would walk in a circle, are left out.
-std::string differenceAfter(std::uint64_t seed, const RandomGraphParameters& parameters,
-                            const std::vector<Edit>& edits, std::size_t* carriedOut = nullptr) {
-  Library library(seed, parameters);
+std::string differenceAfter(const Beginning& beginning, const std::vector<Edit>& edits,
+                            std::size_t* carriedOut = nullptr) {
+  Library library(beginning);
   GraphModel::Graph model(library.graph);
+  model.watched = beginning.watched;
   for (const auto& edit : edits) {
     const auto& operation = operations()[edit.operation];
     if (!std::all_of(edit.modules.begin(), edit.modules.end(), [&](const Name& name) {
@@ -258,17 +329,30 @@ std::string differenceAfter(std::uint64_t seed, const RandomGraphParameters& par
     }
     auto edited = model;
     edited.calls.clear();
+    edited.callsUntilFailure = edit.failingCall;
+    bool fails = false;
     try {
       if (!operation.onModel(edited, edit)) {
         continue;
       }
     } catch (const CircularWalk&) {
       continue;
+    } catch (const GraphModel::HookFailure&) {
+      fails = true;
     }
     library.calls.clear();
-    operation.onLibrary(library, edit);
+    library.callsUntilFailure = edit.failingCall;
+    bool failed = false;
+    try {
+      operation.onLibrary(library, edit);
+    } catch (const GraphModel::HookFailure&) {
+      failed = true;
+    }
     if (carriedOut != nullptr) {
       ++*carriedOut;
+    }
+    if (failed != fails) {
+      return "the exception of a hook got lost in " + describe(edit) + "\n";
     }
     if (const GraphModel::Graph actual(library.graph); actual.modules() != edited.modules()) {
       return "before " + describe(edit) + "\n" + model.describe() + "the model then has\n" +
@@ -284,12 +368,11 @@ std::string differenceAfter(std::uint64_t seed, const RandomGraphParameters& par
 }
 
 /// Leaves out, one by one, the edits without which the difference stays.
-std::vector<Edit> shrunk(std::uint64_t seed, const RandomGraphParameters& parameters,
-                         std::vector<Edit> edits) {
+std::vector<Edit> shrunk(const Beginning& beginning, std::vector<Edit> edits) {
   for (std::size_t i = edits.size(); i-- > 0;) {
     auto fewer = edits;
     fewer.erase(std::next(fewer.begin(), static_cast<std::ptrdiff_t>(i)));
-    if (!differenceAfter(seed, parameters, fewer).empty()) {
+    if (!differenceAfter(beginning, fewer).empty()) {
       edits = std::move(fewer);
     }
   }
@@ -298,8 +381,10 @@ std::vector<Edit> shrunk(std::uint64_t seed, const RandomGraphParameters& parame
 
 class EditMaker {
  public:
-  EditMaker(std::uint64_t seed, const TestGraph& graph, std::size_t chainCount)
-      : random(seed + 1000003), chains(chainCount) {
+  EditMaker(const Beginning& beginning, const TestGraph& graph)
+      : random(beginning.seed + 1000003),
+        chains(beginning.parameters.chains),
+        hubs(beginning.hubs) {
     for (const auto& member : graph) {
       names.push_back(member.name);
     }
@@ -315,12 +400,19 @@ class EditMaker {
       edit.chain = anyChain();
       edit.startChain = anyChain();
       edit.flag = random.percent(50);
+      if (random.percent(10)) {
+        // More calls than that only come from modules with many neighbours.
+        edit.failingCall = 1 + random.below(hubs > 0 ? 2 * names.size() : 6);
+      }
     }
     return edits;
   }
 
  private:
   Name anyModule() {
+    if (hubs > 0 && random.percent(40)) {
+      return names[random.below(std::min(hubs, names.size()))];
+    }
     return names.empty() || random.percent(4) ? kNone : names[random.below(names.size())];
   }
 
@@ -331,18 +423,18 @@ class EditMaker {
 
   Random random;
   std::size_t chains;
+  std::size_t hubs;
   Names names;
 };
 
-void expectNoDifference(std::uint64_t seed, const RandomGraphParameters& parameters,
-                        std::size_t* carriedOut) {
+void expectNoDifference(const Beginning& beginning, std::size_t* carriedOut) {
   constexpr std::size_t kEdits = 12;
-  const auto graph = TestSupport::randomGraph(seed, parameters);
-  const auto edits = EditMaker(seed, graph, parameters.chains).make(kEdits);
-  if (!differenceAfter(seed, parameters, edits, carriedOut).empty()) {
-    const auto few = shrunk(seed, parameters, edits);
+  const auto graph = TestSupport::randomGraph(beginning.seed, beginning.parameters);
+  const auto edits = EditMaker(beginning, graph).make(kEdits);
+  if (!differenceAfter(beginning, edits, carriedOut).empty()) {
+    const auto few = shrunk(beginning, edits);
     ADD_FAILURE() << "the graph " << TestSupport::text(graph) << "\nafter\n"
-                  << describe(few) << differenceAfter(seed, parameters, few);
+                  << describe(few) << differenceAfter(beginning, few);
   }
 }
 
@@ -359,8 +451,9 @@ RandomGraphParameters wellFormed() {
 TEST(RandomEdits, OfWellFormedGraphsAreThoseOfTheModel) {
   constexpr std::uint64_t kSeeds = 4000;
   std::size_t carriedOut = 0;
-  TestSupport::forSeeds(
-      kSeeds, [&](std::uint64_t seed) { expectNoDifference(seed, wellFormed(), &carriedOut); });
+  TestSupport::forSeeds(kSeeds, [&](std::uint64_t seed) {
+    expectNoDifference({seed, wellFormed(), 0, {}}, &carriedOut);
+  });
   EXPECT_TRUE(HasFailure() || carriedOut > kSeeds * 6) << carriedOut << " edits tell too little";
 }
 
@@ -368,9 +461,31 @@ TEST(RandomEdits, OfFaultyGraphsAreThoseOfTheModel) {
   constexpr std::uint64_t kSeeds = 2000;
   std::size_t carriedOut = 0;
   TestSupport::forSeeds(kSeeds, [&](std::uint64_t seed) {
-    expectNoDifference(seed, TestSupport::faultyGraphs(), &carriedOut);
+    expectNoDifference({seed, TestSupport::faultyGraphs(), 0, {}}, &carriedOut);
   });
   EXPECT_TRUE(HasFailure() || carriedOut > kSeeds * 6) << carriedOut << " edits tell too little";
+}
+
+// Half of the time the hooks look at the lists of the hubs: they have to see each entry go, though
+// nobody else is in a hurry to take it out.
+TEST(RandomEdits, OfHubsAreThoseOfTheModel) {
+  constexpr std::uint64_t kSeeds = 150;
+  std::size_t carriedOut = 0;
+  TestSupport::forSeeds(kSeeds, [&](std::uint64_t seed) {
+    Beginning beginning;
+    beginning.seed = seed;
+    beginning.parameters.modules = seed % 25 == 0 ? 300 : 20 + seed % 60;
+    beginning.parameters.roots = beginning.parameters.modules;
+    beginning.parameters.links = 0;
+    beginning.parameters.chains = seed % 3;
+    beginning.parameters.flags = 10;
+    beginning.hubs = 1 + seed % 3;
+    if (seed % 2 == 0) {
+      beginning.watched = {"A", "B"};
+    }
+    expectNoDifference(beginning, &carriedOut);
+  });
+  EXPECT_TRUE(HasFailure() || carriedOut > kSeeds * 4) << carriedOut << " edits tell too little";
 }
 
 TEST(RandomNavigation, IsThatOfTheModel) {
