@@ -179,8 +179,8 @@ Shape hubs(std::size_t neighbours, Side side) {
   return shape;
 }
 
-/// What looking at all neighbours for each of them would take seconds for is left out.
-bool isLiteralAffordable(std::size_t neighbours) { return neighbours <= 1'000; }
+/// Looking at all neighbours for each of them takes seconds where there are many.
+bool isLiteralAffordable(std::size_t neighbours) { return neighbours <= 100; }
 
 void measureHubs(Paired& paired, std::size_t neighbours, Side side) {
   const std::pair<const char*, PairOfEdits> works[] = {

@@ -67,11 +67,10 @@ void measureScheduling(Paired& paired, const Shape& shape) {
   Comparison signalled = comparison("update, others signalled", shape);
   signalled.bounds = boundsOfScheduling(shape);
   measureRuns(paired, signalled, shape, Applied::First, Others::Signalled);
+}
 
-  Comparison asked = comparison("update, others asked for commands", shape);
-  asked.bounds = boundsOfScheduling(shape);
-  measureRuns(paired, asked, shape, Applied::First, Others::WithoutCommand);
-
+/// The same with commands, which the platform logs and keeps for the undo.
+void measureAutoApply(Paired& paired, const Shape& shape) {
   measureRuns(paired, comparison("update, others auto-applied", shape), shape, Applied::First,
               Others::AutoApplied);
 }
@@ -226,6 +225,9 @@ int main(int argc, char** argv) {
     for (const Shape& shape : allShapes(size)) {
       measureScheduling(paired, shape);
       measureIdleRun(paired, shape);
+    }
+    for (const Shape& shape : {chain(size), merges(size), randomLinks(size)}) {
+      measureAutoApply(paired, shape);
       measureLastApplied(paired, shape);
     }
     measureUndo(paired, chain(size));
