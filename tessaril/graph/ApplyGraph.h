@@ -220,8 +220,8 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
   /// Null modules are passed over. Only the graph that was stored last is known again: pass the
   /// modules grouped by graph, or records come several times, which costs room and nothing else.
   /// `object` is not used. Throws std::bad_cast at a module that is no Object; the records before
-  /// it stay in `data`. Linear in the modules and links that are stored, and in the
-  /// ways from `modules` to their starts: cheapest with one module of each graph.
+  /// it stay in `data`. Linear in the modules and links that are stored, and in those on the ways
+  /// from `modules` to their starts, however many of `modules` share a way.
   static void storeApplyGraph(std::shared_ptr<const Object> object,
                               const std::vector<std::shared_ptr<const ApplyModule>>& modules,
                               std::vector<ApplyModuleData>& data);
