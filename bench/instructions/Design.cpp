@@ -80,7 +80,7 @@ void StepModule::load(PersistenceArchiver& archiver) {
 
 Design::Design(std::size_t stepCount) : steps(stepCount) {
   std::mt19937_64 random(stepCount);
-  for (const Number number : shuffled(stepCount, 1)) {
+  for (const Number number : shuffled(stepCount)) {
     steps[number] = std::make_shared<StepModule>("step" + std::to_string(number));
     fillers.push_back(std::make_unique<std::byte[]>(16 + random() % 256));
   }
