@@ -24,6 +24,7 @@ namespace {
 
 constexpr double kSampleSeconds = 2e-3;
 constexpr double kDisturbance = 1.05;
+constexpr std::size_t kSmallestSize = 20;
 constexpr int kTries = 10;
 constexpr double kRetrySeconds = 0.5;
 
@@ -40,6 +41,15 @@ double processorSeconds() {
 [[noreturn]] void fail(const std::string& complaint) {
   std::fprintf(stderr, "%s\n", complaint.c_str());
   std::exit(EXIT_FAILURE);
+}
+
+std::vector<std::size_t> sizesIn(const std::string& text) {
+  std::vector<std::size_t> sizes;
+  std::istringstream stream(text);
+  for (std::string size; std::getline(stream, size, ',');) {
+    sizes.push_back(std::strtoull(size.c_str(), nullptr, 10));
+  }
+  return sizes;
 }
 
 std::string nameOf(const std::string& work, const std::string& shape, std::size_t size) {
@@ -124,6 +134,11 @@ void Paired::readOption(const std::string& option) {
     allSizes = {1'000, 10'000};
   } else if (option == "--large") {
     allSizes.push_back(1'000'000);
+  } else if (name == "--sizes") {
+    allSizes = sizesIn(value);
+    if (allSizes.empty() || *std::min_element(allSizes.begin(), allSizes.end()) < kSmallestSize) {
+      fail("Shapes need at least " + std::to_string(kSmallestSize) + " modules");
+    }
   } else if (name == "--rounds" && std::atoi(value.c_str()) > 0) {
     rounds = static_cast<std::size_t>(std::atoi(value.c_str()));
   } else if (name == "--only") {
@@ -134,7 +149,9 @@ void Paired::readOption(const std::string& option) {
   } else if (name == "--json") {
     jsonFile = value;
   } else {
-    fail("Usage: [--quick] [--large] [--rounds=N] [--only=REGEX] [--alone=REGEX] [--json=FILE]");
+    fail(
+        "Usage: [--quick] [--large] [--sizes=N,N] [--rounds=N] [--only=REGEX] [--alone=REGEX] "
+        "[--json=FILE]");
   }
 }
 

@@ -63,14 +63,14 @@ struct Comparison {
 /// cheaper in a process that never had one.
 class Paired {
  public:
-  /// Options: --quick, --large, --rounds=N, --only=REGEX and --alone=REGEX (both match
+  /// Options: --quick, --large, --sizes=N,N, --rounds=N, --only=REGEX and --alone=REGEX (both match
   /// "work/shape/size"), --json=FILE. Ends the program when it does not understand one.
   Paired(int argc, char** argv);
   ~Paired();
   Paired(const Paired&) = delete;
   Paired& operator=(const Paired&) = delete;
 
-  /// 1e3 and 1e4; 1e5 unless --quick; 1e6 with --large.
+  /// 1e3 and 1e4; 1e5 unless --quick; 1e6 with --large. Or what --sizes says.
   const std::vector<std::size_t>& sizes() const { return allSizes; }
   bool isQuick() const { return quick; }
   /// Whether a comparison of that name is asked for. To be asked before costly preparations;
