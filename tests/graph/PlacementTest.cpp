@@ -1,5 +1,6 @@
 #include <initializer_list>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "tests/graph/EditFixture.h"
@@ -479,6 +480,24 @@ TEST_F(Merge, IsPartlyDoneWhenAHookThrows) {
   failing = "P";
   EXPECT_THROW(mergeModule({"P"}, "N"), std::runtime_error);
   EXPECT_EQ(shown({"P -> X is not known to P"}), "P .-> X; N; M");
+}
+
+// What it takes over may be the start itself, which then follows the end already.
+TEST_F(Merge, TheEndAmongManyPreviousModulesIsLinkedOnce) {
+  std::string modules = "P -> S; T";
+  std::vector<ModulePtr> previousModules;
+  for (int i = 0; i < 40; ++i) {
+    modules += "; N" + std::to_string(i) + ":other";
+  }
+  given(modules);
+  for (int i = 0; i < 40; ++i) {
+    previousModules.push_back(m("N" + std::to_string(i)));
+  }
+  previousModules.push_back(m("P"));
+  previousModules.push_back(m("T"));
+  ApplyGraph::insertSubGraphAccordingToInsertMode(m("S"), m("T"), previousModules, nullptr);
+  const std::string names = g.names(m("S")->getPreviousApplyModules());
+  EXPECT_EQ(names.substr(names.find("N38")), "N38 N39 P T");
 }
 
 }  // namespace

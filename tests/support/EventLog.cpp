@@ -56,6 +56,11 @@ std::vector<ReferencePlatform::LogRecord> LogRecorder::errors() const {
   return errorRecords;
 }
 
+void LogRecorder::forgetErrors() {
+  const std::lock_guard lock(mutex);
+  errorRecords.clear();
+}
+
 std::string whatIsThrownBy(const std::function<void()>& body) {
   try {
     body();

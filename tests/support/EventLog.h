@@ -81,6 +81,7 @@ class LogRecorder {
   explicit LogRecorder(EventLog& log);
 
   std::vector<ReferencePlatform::LogRecord> errors() const;
+  void forgetErrors();
 
  private:
   EventLog& eventLog;
