@@ -221,12 +221,12 @@ double Paired::takeUndisturbed(const Contestant& contestant, std::size_t runs,
       return sample.wall;
     }
     ++thrownAway;
-    if (best.wall == 0 || sample.wall < best.wall) {
+    if (tried == 0 || sample.processor < best.processor) {
       best = sample;
     }
   }
   ++disturbed;
-  return best.wall;
+  return std::min(best.wall, best.processor);
 }
 
 void Paired::compare(const Comparison& comparison) {

@@ -58,9 +58,9 @@ struct Comparison {
 /// Contestants take turns, in an order that is shuffled anew each round. A sample is one untimed
 /// run and then as many timed ones as fill two milliseconds. A sample whose wall time exceeds the
 /// process's processor time by 5 % was disturbed by somebody else and is taken again, up to ten
-/// times within half a second; then the shortest counts. The ratio of a round is made of the two
-/// samples of that round. Meanwhile a second thread is alive, because counting references is
-/// cheaper in a process that never had one.
+/// times within half a second; if all were disturbed, the least processor time counts. The ratio of
+/// a round is made of the two samples of that round. Meanwhile a second thread is alive, because
+/// counting references is cheaper in a process that never had one.
 class Paired {
  public:
   /// Options: --quick, --large, --sizes=N,N, --rounds=N, --only=REGEX and --alone=REGEX (both match
