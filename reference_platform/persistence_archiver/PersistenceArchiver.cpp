@@ -333,7 +333,10 @@ void PersistenceArchiver::makeRoom(std::size_t size) {
   if (size > kMostBytes - next) {
     throw ArchiveException("An archive cannot be larger than 4 GiB");
   }
-  limit = std::max(next + size, std::min(2 * limit, kMostBytes));
+  // No more than will soon be used: the string has spare room behind its end, which costs nothing
+  // before it is touched.
+  constexpr std::size_t kMostAhead = 0x10000;
+  limit = std::max(next + size, std::min(limit + std::min(limit, kMostAhead), kMostBytes));
   bytes.resize(limit);
 }
 

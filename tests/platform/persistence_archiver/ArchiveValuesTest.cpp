@@ -146,6 +146,28 @@ concept CanBeWritten = requires(PersistenceArchiver& archiver, T value) {
   archiver << value;
 };
 
+TEST(ArchiveValuesTest, ManyValuesFollowEachOtherWithLongTextsBetweenThem) {
+  constexpr unsigned int kValues = 50000;
+  const auto textAt = [](unsigned int i) {
+    return std::string(i % 5000 == 0 ? 300000 + i : i % 20, static_cast<char>('a' + i % 26));
+  };
+  PersistenceArchiver writing;
+  for (unsigned int i = 0; i < kValues; ++i) {
+    writing << i << (i % 3 == 0) << textAt(i);
+  }
+  PersistenceArchiver reading(writing.finish());
+  for (unsigned int i = 0; i < kValues; ++i) {
+    unsigned int number = 0;
+    bool flag = false;
+    std::string text;
+    reading >> number >> flag >> text;
+    ASSERT_EQ(number, i);
+    ASSERT_EQ(flag, i % 3 == 0);
+    ASSERT_EQ(text, textAt(i));
+  }
+  reading.requireEnd();
+}
+
 TEST(ArchiveValuesTest, APointerIsNoValue) {
   static_assert(CanBeWritten<unsigned int> && CanBeWritten<std::string>);
   static_assert(!CanBeWritten<const char*> && !CanBeWritten<char*> && !CanBeWritten<void*>);

@@ -397,6 +397,13 @@ TEST_F(SharedObjectsTest, AnObjectWithoutCastersIsWrittenAsItself) {
   EXPECT_EQ(reading.readShared<UnrelatedNode>()->text, "by itself");
 }
 
+TEST_F(SharedObjectsTest, WhatOnePointerMayWriteAnotherMayNot) {
+  PersistenceArchiver writing;
+  writing.writeShared(std::make_shared<UnrelatedNode>());
+  const std::shared_ptr<Node> node = std::make_shared<UnrelatedNode>();
+  EXPECT_THROW(writing.writeShared(node), ArchiveException);
+}
+
 TEST_F(SharedObjectsTest, RefusesToWriteAnObjectThatCouldNotBeMadeAgain) {
   PersistenceArchiver writing;
   const std::shared_ptr<Node> node = std::make_shared<UnmakeableNode>(1);
@@ -447,6 +454,14 @@ TEST_F(SharedObjectsTest, RefusesAnObjectOfAnotherClassBeforeItIsMade) {
   EXPECT_THAT(refusal([&] { reading.readShared<Plain>(); }),
               AllOf(HasSubstr("byte "), HasSubstr("\"Shared objects: Node\""),
                     HasSubstr("\"Shared objects: Plain\"")));
+  EXPECT_EQ(Node::alive, before);
+}
+
+TEST_F(SharedObjectsTest, WhatOnePointerMayReadAnotherMayNot) {
+  PersistenceArchiver reading(archiveOf(std::make_shared<Node>(), std::make_shared<Node>()));
+  const auto first = reading.readShared<Node>();
+  const int before = Node::alive;
+  EXPECT_THROW(reading.readShared<Plain>(), ArchiveException);
   EXPECT_EQ(Node::alive, before);
 }
 
