@@ -187,7 +187,7 @@ int main(int argc, char** argv) {
       }
     }
   }
-  constexpr double kGrowth = 4;
+  constexpr double kGrowth = 10;
   for (const char* work :
        {"add to the tree", "look up by path", "store", "restore", "save", "open"}) {
     paired.boundGrowth(work, 1'000, 100'000, kGrowth);
