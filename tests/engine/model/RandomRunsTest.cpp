@@ -131,5 +131,16 @@ TEST(RandomRunsTest, RunsOfEveryKindAreThoseOfTheLiteralCommand) {
   expectSameStories(2500, {.faults = 50, .throws = 50, .stops = 50, .edits = 50});
 }
 
+// Queues in which many modules wait, lists that are read once and kept, positions that run out.
+TEST(RandomRunsTest, RunsOverLargeGraphsAreThoseOfTheLiteralCommand) {
+  expectSameStories(40, {.leastModules = 50,
+                         .mostModules = 120,
+                         .faults = 50,
+                         .throws = 30,
+                         .stops = 30,
+                         .edits = 50});
+  expectSameStories(6, {.leastModules = 400, .mostModules = 600, .necessary = 2, .stops = 30});
+}
+
 }  // namespace
 }  // namespace Tessaril::RandomRuns

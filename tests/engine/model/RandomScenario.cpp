@@ -156,13 +156,14 @@ std::uint64_t Dice::next() {
 Scenario::Scenario(std::uint64_t seed, const Ingredients& wanted)
     : dice(seed),
       moduleCount(wanted.leastModules + dice.below(wanted.mostModules - wanted.leastModules + 1)),
+      necessary(wanted.necessary),
       hasFaults(dice.percent(wanted.faults)),
       hasThrows(dice.percent(wanted.throws)),
       hasStops(dice.percent(wanted.stops)),
       hasEdits(dice.percent(wanted.edits)),
       hasDrops(dice.percent(wanted.drops)),
       throwsLeft(1 + dice.below(6)),
-      editsLeft(1 + dice.below(8)),
+      editsLeft(1 + dice.below(8 + moduleCount / 4)),
       dropsLeft(1 + dice.below(3)),
       stopsLeft(1 + dice.below(3)),
       design([this](const ModuleFactory& factory) { return makeGraph(factory); }) {
@@ -228,9 +229,9 @@ void Scenario::pickRange() {
 // The modules
 
 void Scenario::script(ScriptedModule& module) {
-  module.necessary = answer(50);
+  module.necessary = answer(necessary);
   if (dice.percent(20)) {
-    module.necessaryAsEnd = answer(50);
+    module.necessaryAsEnd = answer(necessary);
   }
   module.possible = answer(85);
   module.autoNecessary = answer(60);
@@ -249,13 +250,13 @@ void Scenario::script(ScriptedModule& module) {
     module.message.script.emplace();
     scriptCommand(module, module.message);
   }
-  if (dice.percent(4)) {
+  if (seldom(4)) {
     module.apply.script.reset();
   }
   if (dice.percent(12)) {
     module.autoApply.script.reset();
   }
-  if (dice.percent(2)) {
+  if (seldom(2)) {
     module.setApplyCmdFactory(nullptr);
   }
 }
@@ -304,6 +305,11 @@ void Scenario::scriptCommand(ScriptedModule& module, CommandMaking& making) {
 void Scenario::scriptCache() {
   design.cache->whenBegun = happening(Throw | Edit | Stop, 5);
   design.cache->whenEnded = happening(Throw | Edit, 5);
+}
+
+bool Scenario::seldom(unsigned percent) {
+  constexpr std::size_t kSmall = 13;
+  return dice.below(100 * std::max<std::size_t>(1, moduleCount / kSmall)) < percent;
 }
 
 Answer Scenario::answer(unsigned trueProbability) {
@@ -371,7 +377,7 @@ Scenario::Happening Scenario::happening(unsigned allowed, unsigned rate, const s
     choice.emplace_back([this](Dice& own) {
       if (controls != nullptr && stopsLeft > 0) {
         --stopsLeft;
-        controls->stopApply(own.percent(50));
+        stopSomehow(own);
       }
     });
   }
@@ -382,7 +388,7 @@ Scenario::Happening Scenario::happening(unsigned allowed, unsigned rate, const s
       }
     });
   }
-  if (choice.empty() || !dice.percent(rate)) {
+  if (choice.empty() || !seldom(rate)) {
     return {};
   }
   const What what = choice[dice.below(choice.size())];
@@ -398,7 +404,7 @@ Scenario::Happening Scenario::happening(unsigned allowed, unsigned rate, const s
 Scenario::Hook Scenario::hook(unsigned trueProbability, unsigned rate) {
   std::vector<std::string> names;
   for (const auto& member : design.graph) {
-    if (dice.percent(trueProbability)) {
+    if (seldom(trueProbability)) {
       names.push_back(member.name);
     }
   }
@@ -409,6 +415,17 @@ Scenario::Hook Scenario::hook(unsigned trueProbability, unsigned rate) {
     }
     return std::find(names.begin(), names.end(), name) != names.end();
   };
+}
+
+// Some derived commands keep to themselves what stopping throws.
+void Scenario::stopSomehow(Dice& own) {
+  const bool restoresQueues = own.percent(50);
+  if (own.percent(60)) {
+    return controls->stopApply(restoresQueues);
+  }
+  const std::string thrown =
+      TestSupport::whatIsThrownBy([&] { controls->stopApply(restoresQueues); });
+  design.log.add(EventKind::Other, "kept{" + thrown + "}");
 }
 
 void Scenario::throwSomething(Dice& own) {

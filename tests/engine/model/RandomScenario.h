@@ -35,6 +35,8 @@ class Dice {
 struct Ingredients {
   std::size_t leastModules = 1;
   std::size_t mostModules = 13;
+  /// Of each module's answers whether it needs a full apply, to be yes.
+  unsigned necessary = 50;
   /// Circles, dead entries, duplicates, links of a module with itself and one-sided links.
   unsigned faults = 0;
   /// Commands, questions, listeners, messages and hooks that throw, std::exceptions and others.
@@ -51,6 +53,7 @@ class Scenario {
   // In front of the design, which is made with them.
   Dice dice;
   std::size_t moduleCount;
+  unsigned necessary;
   bool hasFaults;
   bool hasThrows;
   bool hasStops;
@@ -116,6 +119,9 @@ class Scenario {
   void script(TestSupport::ScriptedModule& module);
   void scriptCommand(TestSupport::ScriptedModule& module, TestSupport::CommandMaking& making);
   void scriptCache();
+  /// True with that probability in a small graph, and in a large one for as many modules as in a
+  /// small one, so that large stories are not cut short.
+  bool seldom(unsigned percent);
   TestSupport::Answer answer(unsigned trueProbability);
   std::function<void(ApplyUpdateInfo&)> messageChange();
   /// Something that happens at some of its calls, or nothing. `rate`: the percentage of places at
@@ -123,6 +129,7 @@ class Scenario {
   Happening happening(unsigned allowed, unsigned rate, const std::string& here = {});
   Hook hook(unsigned trueProbability, unsigned rate);
 
+  void stopSomehow(Dice& own);
   void throwSomething(Dice& own);
   void editSomething(Dice& own, const std::string& here);
   void dropSomething(Dice& own);
