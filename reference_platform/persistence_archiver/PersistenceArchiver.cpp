@@ -471,7 +471,8 @@ const PersistenceArchiver::WrittenClass& PersistenceArchiver::addWrittenClass(
                            " cannot be stored on their own: the class lacks operations for that");
   }
   const WrittenClass written{record, &containerOf(*record)};
-  return writtenClasses.emplace(ReachedClass{&type, expectedTypeId}, written).first->second;
+  return writtenClasses.emplace(ReachedClass<const std::type_info*>{&type, expectedTypeId}, written)
+      .first->second;
 }
 
 void PersistenceArchiver::writeObject(std::shared_ptr<const void> object,
@@ -534,7 +535,7 @@ std::shared_ptr<void> PersistenceArchiver::readNewObject(unsigned int expectedTy
 const PersistenceArchiver::ReadClass& PersistenceArchiver::readClass(unsigned int typeHash,
                                                                      unsigned int expectedTypeId,
                                                                      unsigned int start) {
-  const ReachedClass reached{typeHash, expectedTypeId};
+  const ReachedClass<unsigned int> reached{typeHash, expectedTypeId};
   if (const auto known = readClasses.find(reached); known != readClasses.end()) {
     return known->second;
   }
