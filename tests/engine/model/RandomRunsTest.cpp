@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tessaril/graph/ApplyGraph.h"
 #include "tests/engine/model/RandomScenario.h"
 #include "tests/support/RandomGraph.h"
 
@@ -140,6 +141,26 @@ TEST(RandomRunsTest, RunsOverLargeGraphsAreThoseOfTheLiteralCommand) {
                          .stops = 30,
                          .edits = 50});
   expectSameStories(6, {.leastModules = 400, .mostModules = 600, .necessary = 2, .stops = 30});
+}
+
+/// Behind C nothing is left to do when P's command puts X there, in front of Y.
+template <typename Update>
+std::string storyOfLateModule() {
+  TestSupport::ScriptedDesign design("A -> E; A -> C; A -> P; A -> R -> Y; R -> C; X");
+  design.needApply("A");
+  design["P"].autoApply.script->whenExecuted = [&design](ApplyUpdateInfo& /*info*/) {
+    ApplyGraph::insert(design.module("X"), design.module("C"), design.module("Y"), false);
+  };
+  Update update(design.log, design.root, design.module("A"), design.module("E"), nullptr);
+  return design.run(update);
+}
+
+// Too rare for the seeds.
+TEST(RandomRunsTest, ModuleWaitsForOneThatCameBehindWhatIsDone) {
+  const std::string expected = storyOfLateModule<TestSupport::ScriptedLiteralUpdate>();
+  EXPECT_EQ(expected.find("Y:auto"), std::string::npos) << expected;
+  EXPECT_NE(expected.find("R:auto"), std::string::npos) << expected;
+  EXPECT_EQ(storyOfLateModule<TestSupport::ScriptedUpdate>(), expected);
 }
 
 }  // namespace
