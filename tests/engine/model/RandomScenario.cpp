@@ -559,7 +559,7 @@ void Scenario::play(const Controls& given) {
     tell("execute", [this] { controls->command.execute(); });
     tellState();
   }
-  for (std::size_t left = hasDrops ? 0 : dice.below(5); left > 0; --left) {
+  for (std::size_t left = dice.below(5); left > 0; --left) {
     playOnce();
     tellState();
   }
