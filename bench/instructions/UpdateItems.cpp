@@ -11,6 +11,7 @@ namespace {
 constexpr std::size_t kModules = 10'000;
 /// Where the progress of each apply asks all modules behind it.
 constexpr std::size_t kAppliedModules = 1'000;
+constexpr std::size_t kShortRun = 10;
 
 std::shared_ptr<UpdateApplyModulesCmd> updateOf(const Design& design) {
   return std::make_shared<UpdateApplyModulesCmd>(design.root, design.start(), design.end(),
@@ -19,7 +20,7 @@ std::shared_ptr<UpdateApplyModulesCmd> updateOf(const Design& design) {
 
 bool isApplied(const StepModule& step) { return step.applied == 1; }
 
-/// The module of the whole update that asks each module, and finds nothing to do.
+/// Each module is asked, and needs nothing.
 Work nothingToDo() {
   const auto design = std::make_shared<const Design>(merges(kModules));
   const auto update = updateOf(*design);
@@ -36,6 +37,29 @@ Work allApplied() {
   }
   const auto update = updateOf(*design);
   return {[=] { update->execute(); }, [=] { return design->count(isApplied); }};
+}
+
+/// Many short designs, whose runs end before what grows with a run's length shows.
+Work shortRuns() {
+  const auto designs = std::make_shared<std::vector<DesignPtr>>();
+  for (std::size_t run = 0; run < kAppliedModules / kShortRun; ++run) {
+    designs->push_back(std::make_shared<const Design>(chain(kShortRun)));
+    for (std::size_t number = 0; number < kShortRun; ++number) {
+      (*designs->back())[number].needsApply = true;
+    }
+  }
+  return {[=] {
+            for (const auto& design : *designs) {
+              updateOf(*design)->execute();
+            }
+          },
+          [=] {
+            std::size_t applied = 0;
+            for (const auto& design : *designs) {
+              applied += design->count(isApplied);
+            }
+            return applied;
+          }};
 }
 
 /// One sub-command; the main chain and, off the way to its end, the side chains are auto-applied.
@@ -68,6 +92,7 @@ std::vector<Item> updateItems() {
   return {
       {"update-nothing", kModules, nothingToDo},
       {"update-all-applied", kAppliedModules, allApplied},
+      {"update-short-runs", kAppliedModules, shortRuns},
       {"update-sub-graphs", kModules, autoApplies},
       {"undo", kModules, undoOfLongRun},
   };
