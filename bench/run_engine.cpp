@@ -260,5 +260,6 @@ int main(int argc, char** argv) {
   measureAllAppliedInLongChain(paired);
   measureSubGraphs(paired, 1'000);
   measureSubGraphs(paired, 10'000);
+  paired.boundGrowth("update, nothing to do", 1'000, 100'000, 10);
   return paired.finish();
 }
