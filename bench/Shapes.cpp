@@ -74,30 +74,30 @@ Shape merges(std::size_t modules) {
 
 Shape starvingMerges(std::size_t modules) {
   Shape shape = withoutLinks("starving", modules);
-  const Number chainLength = asNumber(modules / 2);
-  const Number count = asNumber(modules) - 1 - chainLength;
-  // Numbers: the start, the merges, the chain.
-  for (Number merge = 1; merge <= count; ++merge) {
+  // Numbers: the start, the chain, the merges.
+  const Number chainEnd = asNumber(modules / 2);
+  for (Number merge = chainEnd + 1; merge < modules; ++merge) {
     shape.links.emplace_back(0, merge);
   }
-  for (Number step = 0; step < chainLength; ++step) {
-    const Number module = count + 1 + step;
-    shape.links.emplace_back(step == 0 ? 0 : module - 1, module);
-    if (step < count) {
-      shape.links.emplace_back(module, count - step);
-    }
+  for (Number step = 1; step <= chainEnd; ++step) {
+    shape.links.emplace_back(step - 1, step);
+  }
+  for (Number merge = chainEnd + 1; merge < modules; ++merge) {
+    shape.links.emplace_back(chainEnd, merge);
   }
   return shape;
 }
 
 Shape randomLinks(std::size_t modules) {
+  constexpr std::size_t kNear = 100;
   Shape shape = withoutLinks("random", modules);
   std::mt19937_64 random(modules);
   for (Number i = 1; i < modules; ++i) {
     const std::size_t wanted = std::min<std::size_t>(i, 2 + i % 2);
     std::vector<Number> previous;
     while (previous.size() < wanted) {
-      const Number candidate = asNumber(below(random, i));
+      const std::size_t reach = previous.empty() ? std::min<std::size_t>(i, kNear) : i;
+      const Number candidate = i - 1 - asNumber(below(random, reach));
       if (std::find(previous.begin(), previous.end(), candidate) == previous.end()) {
         previous.push_back(candidate);
         shape.links.emplace_back(candidate, i);

@@ -31,10 +31,11 @@ Shape ladder(std::size_t modules);
 Shape sideChains(std::size_t modules);
 /// One module spreads to eight, which merge in one, which spreads to eight, and so on.
 Shape merges(std::size_t modules);
-/// Half of the modules are merges that are queued at once. Each waits for its module of a chain
-/// that is as long, the last one for the first of the chain, so that the first waits longest.
+/// Half of the modules are merges that are queued at once, and wait for the last module of a chain
+/// that is as long.
 Shape starvingMerges(std::size_t modules);
-/// Each module follows two or three random earlier ones, 2.5 on average.
+/// Each module follows two or three random earlier ones, 2.5 on average: one of the hundred before
+/// it, the others from anywhere. So there are long ways as well as short ones, and much waits.
 Shape randomLinks(std::size_t modules);
 /// One module spreads to all others, which merge in the last.
 Shape fan(std::size_t modules);
