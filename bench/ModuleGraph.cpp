@@ -20,8 +20,8 @@ ModuleGraph::ModuleGraph(const Shape& shape, const Factory& factory)
     fillers.push_back(std::make_unique<std::byte[]>(16 + random() % 256));
   }
   for (const auto& [from, to] : shape.links) {
-    PrivateLinks::nextList(*modules[from]).push_back(modules[to]);
-    PrivateLinks::previousList(*modules[to]).push_back(modules[from]);
+    PrivateLinks::nextList(*modules[from]).add(modules[to]);
+    PrivateLinks::previousList(*modules[to]).add(modules[from]);
   }
   for (const Number start : shape.sideChainStarts) {
     PrivateLinks::setStartOfSideChain(*modules[start], true);

@@ -188,6 +188,7 @@ bool UpdateApplyModulesCmd::executeNextCommand(
 }
 
 void UpdateApplyModulesCmd::finishExecution(bool success) {
+  order->rest();
   getProgressPtr()->finish();
   if (applyCache != nullptr) {
     applyCache->endUpdate();

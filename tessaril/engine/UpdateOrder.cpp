@@ -3,15 +3,14 @@
 #include <algorithm>
 #include <utility>
 
+#include "tessaril/graph/ApplyGraph.h"
 #include "tessaril/module/ApplyModule.h"
-#include "tessaril/module/LinkEdits.h"
 
 namespace Tessaril {
 
 UpdateOrder::UpdateOrder()
-    : editsSeen(LinkEdits::count()),
-      next{&ApplyModule::getNextApplyModules, &Node::next},
-      previous{&ApplyModule::getPreviousApplyModules, &Node::previous} {}
+    : next{&ApplyGraph::getNextLinks, &Lists::next},
+      previous{&ApplyGraph::getPreviousLinks, &Lists::previous} {}
 
 UpdateOrder::~UpdateOrder() = default;
 
@@ -19,26 +18,27 @@ UpdateOrder::~UpdateOrder() = default;
 // nobody else holds any more is still found there.
 void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
   keepSavedQueue();
-  std::vector<ModulePtr> queued = modulesOf(moduleQueue.modules());
+  std::vector<ModulePtr> queued = modulesOf(edits ? moduleQueue.modules() : restingQueue);
   queued.push_back(start);
   const std::vector<ModulePtr> saved = modulesOf(savedModuleQueue);
   forget();
 
-  const Number endNumber = numberOf(end);
-  const Number startNumber = numberOf(start);
+  const Number endNumber = numberOf(end, As::Held);
+  const Number startNumber = numberOf(start, As::Held);
   nodes[endNumber].isOnTheWay = true;
-  gather(endNumber, startNumber, previous,
+  gather(endNumber, startNumber, previous, As::Held,
          [this](Number met) { return !std::exchange(nodes[met].isOnTheWay, true); });
   modulesBefore.clear();
   nodes[startNumber].isInRange = true;
-  gather(startNumber, endNumber, next,
+  gather(startNumber, endNumber, next, As::Held,
          [this](Number met) { return !std::exchange(nodes[met].isInRange, true); });
 
-  for (std::size_t i = 0; i < saved.size(); ++i) {
-    savedModuleQueue[i] = numberOf(saved[i]);
+  savedModuleQueue.clear();
+  for (const ModulePtr& module : saved) {
+    savedModuleQueue.push_back(numberOf(module, As::Held));
   }
   for (const ModulePtr& module : queued) {
-    queue(numberOf(module));
+    queue(numberOf(module, As::Held));
   }
 }
 
@@ -46,31 +46,82 @@ void UpdateOrder::forget() {
   for (SubGraph* active = innermost; active != nullptr; active = active->outer) {
     active->end();
   }
-  editsSeen = LinkEdits::count();
+  if (!edits) {
+    edits.emplace();
+  }
+  editsSeen = edits->count();
+  restingQueue.clear();
   nodes.clear();
+  lists.clear();
   next.neighbours.clear();
   previous.neighbours.clear();
   moduleQueue.clear();
   noteReopened();
   upstreamIsKnown = false;
-  rangeOrder.clear();
+  range.order.clear();
   modules.clear(modulesBefore);
+}
+
+void UpdateOrder::rest() {
+  if (!edits || innermost != nullptr) {
+    return;
+  }
+  keepSavedQueue();
+  restingQueue = moduleQueue.modules();
+  moduleQueue = OrderedQueue();
+  edits.reset();
+  lists = {};
+  next.neighbours = {};
+  previous.neighbours = {};
+  stack = {};
+  closed = NumberSet();
+  ++reopenings;
+  idle.clear();
+  upstreamIsKnown = false;
+  upstream = NumberSet();
+  range = Range();
+  modulesBefore = {};
+}
+
+void UpdateOrder::wake() {
+  edits.emplace();
+  editsSeen = edits->count();
+  ++edition;
+  makeNodes();
+  for (const Number number : std::exchange(restingQueue, {})) {
+    queue(number);
+  }
 }
 
 // The graph
 
+UpdateOrder::Number UpdateOrder::numberOf(const ModulePtr& module, As how) {
+  const Number number = modules.add(module, how);
+  makeNodes();
+  return number;
+}
+
+void UpdateOrder::makeNodes() {
+  nodes.resize(modules.size());
+  lists.resize(modules.size());
+}
+
 void UpdateOrder::followEdits() {
-  const std::uint64_t edits = LinkEdits::count();
-  if (edits == editsSeen) {
+  if (!edits) {
+    wake();
     return;
   }
-  editsSeen = edits;
+  const std::uint64_t count = edits->count();
+  if (count == editsSeen) {
+    return;
+  }
+  editsSeen = count;
   ++edition;
   next.neighbours.clear();
   previous.neighbours.clear();
   noteReopened();
   upstreamIsKnown = false;
-  rangeOrder.clear();
+  range.order.clear();
   refillQueues();
 }
 
@@ -84,30 +135,34 @@ void UpdateOrder::refillQueues() {
   }
 }
 
-UpdateOrder::List UpdateOrder::readAnew(Side& side, Number number) {
+UpdateOrder::List UpdateOrder::readAnew(Side& side, Number number, As how) {
   List list{static_cast<std::uint32_t>(side.neighbours.size()), 0, edition};
-  for (const auto& link : (*modules[number].*side.linksOf)()) {
-    if (ModulePtr neighbour = link.lock()) {
-      side.neighbours.push_back(numberOf(std::move(neighbour)));
+  if (const ModulePtr module = modules.module(number)) {
+    const LinkList& links = side.linksOf(*module);
+    for (std::size_t place = 0; place < links.size(); ++place) {
+      if (const Number neighbour = modules.add(links, place, how); neighbour != kNone) {
+        side.neighbours.push_back(neighbour);
+      }
     }
+    makeNodes();
   }
   list.end = static_cast<std::uint32_t>(side.neighbours.size());
-  nodes[number].*side.list = list;
+  lists[number].*side.list = list;
   return list;
 }
 
 /// Calls `meet` with every module that a link leads to, once a link, and goes on from those for
 /// which it answers true; not from `stop`.
 template <typename Meet>
-void UpdateOrder::gather(Number from, Number stop, Side& side, const Meet& meet) {
+void UpdateOrder::gather(Number from, Number stop, Side& side, As how, const Meet& meet) {
   stack.assign(1, from);
   while (!stack.empty()) {
     const Number number = stack.back();
     stack.pop_back();
-    const List list = read(side, number);
+    const List list = read(side, number, how);
     for (std::uint32_t i = list.begin; i != list.end; ++i) {
       const Number met = side.neighbours[i];
-      if (meet(met) && met != stop) {
+      if (modules.isLive(met) && meet(met) && met != stop) {
         stack.push_back(met);
       }
     }
@@ -119,7 +174,8 @@ bool UpdateOrder::isUpstreamOf(const ModulePtr& horizon, Number number) {
   if (!upstreamIsKnown) {
     upstream.clear();
     upstream.insert(numberOf(horizon));
-    gather(numberOf(horizon), kNone, previous, [this](Number met) { return upstream.insert(met); });
+    gather(numberOf(horizon), kNone, previous, As::Known,
+           [this](Number met) { return upstream.insert(met); });
     upstreamIsKnown = true;
   }
   return upstream.contains(number);
@@ -163,6 +219,7 @@ void UpdateOrder::setVisited(Number number) {
   if (std::exchange(nodes[number].isVisited, true)) {
     return;
   }
+  modules.hold(number);
   moduleQueue.noteVisited(number, searchInRange());
   for (SubGraph* active = innermost; active != nullptr; active = active->outer) {
     active->work->queue.noteVisited(number, searchIn(active->work->scope));
@@ -174,6 +231,7 @@ void UpdateOrder::setUnvisited(const ModulePtr& module) {
   if (number == kNone || !std::exchange(nodes[number].isVisited, false)) {
     return;
   }
+  followEdits();
   noteReopened();
   refillQueues();
 }
@@ -184,6 +242,7 @@ void UpdateOrder::noteReopened() {
 }
 
 void UpdateOrder::saveQueue() {
+  followEdits();
   moduleQueue.save();
   queueKnowsSaved = true;
 }
@@ -196,6 +255,7 @@ void UpdateOrder::keepSavedQueue() {
 }
 
 void UpdateOrder::restoreQueue() {
+  followEdits();
   keepSavedQueue();
   moduleQueue.clear();
   for (const Number number : savedModuleQueue) {
@@ -207,7 +267,9 @@ std::vector<UpdateOrder::ModulePtr> UpdateOrder::modulesOf(
     const std::vector<Number>& numbers) const {
   std::vector<ModulePtr> found;
   for (const Number number : numbers) {
-    found.push_back(modules[number]);
+    if (ModulePtr live = module(number)) {
+      found.push_back(std::move(live));
+    }
   }
   return found;
 }
@@ -229,12 +291,13 @@ UpdateOrder::SubGraph::SubGraph(UpdateOrder& theOrder, Number root)
     const bool isNew = work->scope.insert(number);
     if (isNew) {
       work->members.push_back(number);
+      holdMeanwhile(number);
     }
     return isNew && !order.closed.contains(number);
   };
   // Nothing comes of a root that was visited before.
   if (!order.isVisited(root)) {
-    order.gather(root, kNone, order.next, join);
+    order.gather(root, kNone, order.next, As::Known, join);
     join(root);
   }
   queue(root);
@@ -245,10 +308,20 @@ UpdateOrder::SubGraph::~SubGraph() {
   work->queue.clear();
   work->scope.clear();
   work->members.clear();
+  work->held.clear();
   order.idle.push_back(std::move(work));
 }
 
+void UpdateOrder::SubGraph::holdMeanwhile(Number number) {
+  if (order.modules.heldModule(number) == nullptr) {
+    work->held.push_back(order.modules.module(number));
+  }
+}
+
 void UpdateOrder::SubGraph::queue(Number number) {
+  if (!work->scope.contains(number)) {
+    holdMeanwhile(number);
+  }
   work->queue.push(number, false, order.searchIn(work->scope));
 }
 
@@ -309,11 +382,11 @@ bool UpdateOrder::Counts::add(Number number) {
 
 void UpdateOrder::findRangeOrder(Number from, Number end) {
   followEdits();
-  for (; end == rangeEnd && rangeBegin < rangeOrder.size(); ++rangeBegin) {
-    if (rangeOrder[rangeBegin] == from) {
+  for (; end == range.end && range.begin < range.order.size(); ++range.begin) {
+    if (range.order[range.begin] == from) {
       return;
     }
-    if (!leadsOnlyOn(rangeBegin)) {
+    if (!leadsOnlyOn(range.begin)) {
       break;
     }
   }
@@ -321,52 +394,53 @@ void UpdateOrder::findRangeOrder(Number from, Number end) {
 }
 
 bool UpdateOrder::leadsOnlyOn(std::size_t place) {
-  if (place + 1 == rangeOrder.size()) {
+  if (place + 1 == range.order.size()) {
     return false;
   }
-  const Number number = rangeOrder[place];
-  const Number following = rangeOrder[place + 1];
+  const Number number = range.order[place];
+  const Number following = range.order[place + 1];
   const List onward = read(next, number);
   const List back = read(previous, following);
-  return number != rangeEnd && following != rangeEnd && onward.size() == 1 &&
+  return number != range.end && following != range.end && onward.size() == 1 &&
          next.neighbours[onward.begin] == following && back.size() == 1 &&
-         previous.neighbours[back.begin] == number && metForwards[number] == (place == 0 ? 0 : 1) &&
-         metBackwards[number] == 1;
+         previous.neighbours[back.begin] == number &&
+         range.metForwards[number] == (place == 0 ? 0 : 1) && range.metBackwards[number] == 1;
 }
 
 void UpdateOrder::makeRangeOrder(Number from, Number end) {
-  metForwards.clear();
-  metBackwards.clear();
-  rangeScope.clear();
-  rangeVisited.clear();
-  rangeQueue.clear();
-  rangeOrder.clear();
-  rangeBegin = 0;
-  rangeEnd = end;
+  range.metForwards.clear();
+  range.metBackwards.clear();
+  range.scope.clear();
+  range.visited.clear();
+  range.queue.clear();
+  range.order.clear();
+  range.begin = 0;
+  range.end = end;
 
-  gather(from, end, next, [this](Number met) {
-    rangeScope.insert(met);
-    return metForwards.add(met);
+  gather(from, end, next, As::Known, [this](Number met) {
+    range.scope.insert(met);
+    return range.metForwards.add(met);
   });
-  rangeScope.insert(from);
-  gather(end, from, previous, [this](Number met) { return metBackwards.add(met); });
+  range.scope.insert(from);
+  gather(end, from, previous, As::Known,
+         [this](Number met) { return range.metBackwards.add(met); });
 
   const auto search = [this](Number number, std::uint32_t& searched) {
     return findBefore(number, searched, [this](const Node& /*node*/, Number neighbour) {
-      return rangeScope.contains(neighbour) && !rangeVisited.contains(neighbour);
+      return range.scope.contains(neighbour) && !range.visited.contains(neighbour);
     });
   };
-  const auto isVisitedHere = [this](Number number) { return rangeVisited.contains(number); };
-  rangeQueue.push(from, false, search);
-  while (const auto taken = rangeQueue.take(isVisitedHere)) {
-    rangeOrder.push_back(taken->module);
-    rangeVisited.insert(taken->module);
-    rangeQueue.noteVisited(taken->module, search);
+  const auto isVisitedHere = [this](Number number) { return range.visited.contains(number); };
+  range.queue.push(from, false, search);
+  while (const auto taken = range.queue.take(isVisitedHere)) {
+    range.order.push_back(taken->module);
+    range.visited.insert(taken->module);
+    range.queue.noteVisited(taken->module, search);
     const List list = read(next, taken->module);
     for (std::uint32_t i = list.begin; i != list.end; ++i) {
       const Number following = next.neighbours[i];
-      if (following == end || metBackwards[following] != 0) {
-        rangeQueue.push(following, false, search);
+      if (following == end || range.metBackwards[following] != 0) {
+        range.queue.push(following, false, search);
       }
     }
   }

@@ -9,6 +9,8 @@
 #include "tessaril/graph/ModuleNumbers.h"
 #include "tessaril/graph/NumberSet.h"
 #include "tessaril/graph/OrderedQueue.h"
+#include "tessaril/module/LinkEdits.h"
+#include "tessaril/module/LinkList.h"
 
 // Internal to the library.
 
@@ -18,7 +20,8 @@ class ApplyModule;
 
 /// In which order an update visits its graph. What ApplyGraph::getNextModuleInOrder() would answer,
 /// asked with queues and sets of modules, is found here on numbers: every module that the run meets
-/// gets one and is held until the next run; every list of links is read once.
+/// gets one; every list of links is read once. The modules of the range and those visited are held
+/// until the next run, those of a sub-graph while it is visited.
 ///
 /// The graph may change while a run waits for commands of the application. When links have been
 /// edited (see LinkEdits), lists are read anew and the queues are filled anew, in their order, so
@@ -38,14 +41,12 @@ class UpdateOrder {
   /// finds the range. What the queue was when it was saved is kept.
   void begin(const ModulePtr& start, const ModulePtr& end);
 
-  const ModulePtr& module(Number number) const { return modules[number]; }
-  Number numberOf(ModulePtr module) {
-    const auto [number, isNew] = modules.add(std::move(module));
-    if (isNew) {
-      nodes.emplace_back();
-    }
-    return number;
-  }
+  /// Lets go of what only a run needs. Everything else goes on as if nothing had been.
+  void rest();
+
+  /// Null for a module that has gone.
+  ModulePtr module(Number number) const { return modules.module(number); }
+  Number numberOf(const ModulePtr& module) { return numberOf(module, ModuleNumbers::As::Known); }
   /// True for the end and its dependencies back to the start.
   bool isOnTheWay(Number number) const { return nodes[number].isOnTheWay; }
   bool isOnTheWay(const ApplyModule& module) const {
@@ -69,7 +70,9 @@ class UpdateOrder {
     followEdits();
     const List list = read(next, number);
     for (std::uint32_t i = list.begin; i != list.end; ++i) {
-      use(next.neighbours[i]);
+      if (modules.isLive(next.neighbours[i])) {
+        use(next.neighbours[i]);
+      }
     }
   }
 
@@ -80,13 +83,17 @@ class UpdateOrder {
   template <typename Use>
   void forEachInRange(Number from, Number end, const Use& use) {
     findRangeOrder(from, end);
-    for (std::size_t i = rangeBegin; i < rangeOrder.size(); ++i) {
-      use(*modules[rangeOrder[i]]);
+    for (std::size_t i = range.begin; i < range.order.size(); ++i) {
+      if (const ApplyModule* const held = modules.heldModule(range.order[i]).get()) {
+        use(*held);
+      } else if (const ModulePtr known = module(range.order[i])) {
+        use(*known);
+      }
     }
   }
 
  private:
-  using Links = std::vector<std::weak_ptr<ApplyModule>>;
+  using As = ModuleNumbers::As;
   static constexpr Number kNone = ModuleNumbers::kNone;
 
   /// Places among the neighbours of all modules.
@@ -97,9 +104,11 @@ class UpdateOrder {
 
     std::uint32_t size() const { return end - begin; }
   };
-  struct Node {
+  struct Lists {
     List next{};
     List previous{};
+  };
+  struct Node {
     bool isOnTheWay = false;
     /// The start or one of its followers as far as the end.
     bool isInRange = false;
@@ -107,8 +116,8 @@ class UpdateOrder {
   };
   /// The links in one direction, as far as they have been read.
   struct Side {
-    const Links& (ApplyModule::*linksOf)() const;
-    List Node::*list;
+    const LinkList& (*linksOf)(const ApplyModule&);
+    List Lists::*list;
     std::vector<Number> neighbours{};
   };
   class Counts {
@@ -127,18 +136,25 @@ class UpdateOrder {
     OrderedQueue queue;
     NumberSet scope;
     std::vector<Number> members;
+    /// Those that the run does not hold already.
+    std::vector<ModulePtr> held;
   };
 
   void forget();
   void followEdits();
   void refillQueues();
-  List read(Side& side, Number number) {
-    const List list = nodes[number].*side.list;
-    return list.edition == edition ? list : readAnew(side, number);
+  void wake();
+  Number numberOf(const ModulePtr& module, As how);
+  void makeNodes();
+  /// Modules that are met for the first time become numbered, and `how` says whether held. Nothing
+  /// comes of a module that has gone.
+  List read(Side& side, Number number, As how = As::Known) {
+    const List list = lists[number].*side.list;
+    return list.edition == edition ? list : readAnew(side, number, how);
   }
-  List readAnew(Side& side, Number number);
+  List readAnew(Side& side, Number number, As how);
   template <typename Meet>
-  void gather(Number from, Number stop, Side& side, const Meet& meet);
+  void gather(Number from, Number stop, Side& side, As how, const Meet& meet);
   /// The first neighbour before the module, from place `searched` on, that `holdsBack`.
   template <typename HoldsBack>
   Number findBefore(Number number, std::uint32_t& searched, const HoldsBack& holdsBack) {
@@ -164,9 +180,12 @@ class UpdateOrder {
 
   ModuleNumbers modules;
   std::vector<Node> nodes;
+  std::vector<Lists> lists;
   /// Empty but for a moment.
   std::vector<ModulePtr> modulesBefore;
-  std::uint64_t editsSeen;
+  /// None while at rest.
+  std::optional<LinkEdits::Reader> edits;
+  std::uint64_t editsSeen = 0;
   /// Lists of another edition have to be read anew.
   std::uint32_t edition = 1;
   Side next;
@@ -177,6 +196,8 @@ class UpdateOrder {
   /// The queue when it was saved, unless the queue itself knows.
   std::vector<Number> savedModuleQueue;
   bool queueKnowsSaved = false;
+  /// What is in the queue while at rest.
+  std::vector<Number> restingQueue;
 
   /// Modules behind which there is nothing unvisited. A reopening makes them unknown.
   NumberSet closed;
@@ -187,14 +208,18 @@ class UpdateOrder {
   bool upstreamIsKnown = false;
   NumberSet upstream;
 
-  std::vector<Number> rangeOrder;
-  std::size_t rangeBegin = 0;
-  Number rangeEnd = kNone;
-  Counts metForwards;
-  Counts metBackwards;
-  NumberSet rangeScope;
-  NumberSet rangeVisited;
-  OrderedQueue rangeQueue;
+  struct Range {
+    std::vector<Number> order;
+    /// Where the order asked for last begins.
+    std::size_t begin = 0;
+    Number end = kNone;
+    Counts metForwards;
+    Counts metBackwards;
+    NumberSet scope;
+    NumberSet visited;
+    OrderedQueue queue;
+  };
+  Range range;
 };
 
 /// The visit of one module and everything behind it, in order, leaving out what the run has visited
@@ -212,6 +237,7 @@ class UpdateOrder::SubGraph {
  private:
   friend class UpdateOrder;
 
+  void holdMeanwhile(Number number);
   void queue(Number number);
   void refill();
   void end();

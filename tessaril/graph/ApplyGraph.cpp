@@ -84,6 +84,14 @@ class LinksCopy {
 
 }  // namespace
 
+const LinkList& ApplyGraph::getNextLinks(const ApplyModule& module) {
+  return ApplyModule::nextLinksOf(module);
+}
+
+const LinkList& ApplyGraph::getPreviousLinks(const ApplyModule& module) {
+  return ApplyModule::previousLinksOf(module);
+}
+
 // Navigation
 
 ModulePtr ApplyGraph::getStart(ModulePtr module) {

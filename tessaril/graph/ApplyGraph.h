@@ -14,6 +14,7 @@ namespace Tessaril {
 
 class ApplyModule;
 class Identifier;
+class LinkList;
 class Object;
 struct ApplyModuleData;
 
@@ -38,6 +39,11 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
  public:
   using ModuleSet = std::unordered_set<std::shared_ptr<ApplyModule>>;
   using ModuleQueue = std::queue<std::shared_ptr<ApplyModule>>;
+
+  // For the library itself, which reads links by address as well.
+
+  static const LinkList& getNextLinks(const ApplyModule& module);
+  static const LinkList& getPreviousLinks(const ApplyModule& module);
 
   // Navigation. Linear in the path walked, without allocation. Null in, null out. Requires: the
   // path walked does not run in a circle.

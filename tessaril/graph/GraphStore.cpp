@@ -79,12 +79,12 @@ std::shared_ptr<ApplyModule> findModule(const Object& root, const Path& path) {
   return getObjectAs<ApplyModule>(root, path, GetObjectBehavior::ReturnNull);
 }
 
-void replaceLinks(Links& links, const Object& root, const std::vector<Path>& paths) {
+void replaceLinks(LinkList& links, const Object& root, const std::vector<Path>& paths) {
   links.clear();
   links.reserve(paths.size());
   for (const Path& path : paths) {
     if (const std::shared_ptr<ApplyModule> module = findModule(root, path)) {
-      links.push_back(module);
+      links.add(module);
     }
   }
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tessaril/module/AddressNumbers.h"
+#include "tessaril/module/LinkList.h"
 
 // Internal to the library.
 
@@ -12,38 +13,82 @@ namespace Tessaril {
 
 class ApplyModule;
 
-/// Numbers the modules of one traversal 0, 1, 2, ... in the order in which they are added, and
-/// holds each of them once, so that the rest of the traversal works on numbers.
+/// Numbers modules 0, 1, 2, ... in the order in which they are added, so that work that looks at
+/// them again and again can be done on numbers. Most modules are held. One that is only known keeps
+/// its number when it goes, and what is made at its address later gets another one.
 class ModuleNumbers {
  public:
   using Number = AddressNumbers::Number;
+  using ModulePtr = std::shared_ptr<ApplyModule>;
   static constexpr Number kNone = AddressNumbers::kNone;
+  enum class As { Held, Known };
 
-  std::size_t size() const { return modules.size(); }
-  const std::shared_ptr<ApplyModule>& operator[](Number number) const { return modules[number]; }
-
-  /// Keeps its memory. The modules are put into `before` instead of being let go.
-  void clear(std::vector<std::shared_ptr<ApplyModule>>& before) {
-    numbers.clear();
-    before.clear();
-    before.swap(modules);
+  std::size_t size() const { return held.size(); }
+  /// The module, if it is held; null otherwise.
+  const ModulePtr& heldModule(Number number) const { return held[number]; }
+  /// Null for a module that has gone.
+  ModulePtr module(Number number) const {
+    return held[number] != nullptr ? held[number] : known[number].lock();
+  }
+  bool isLive(Number number) const { return held[number] != nullptr || !known[number].expired(); }
+  void hold(Number number) {
+    if (held[number] == nullptr) {
+      held[number] = known[number].lock();
+    }
   }
 
   /// kNone for a module that has no number.
-  Number find(const ApplyModule* module) const { return numbers.find(module); }
+  Number find(const ApplyModule* module) const {
+    const Number number = numbers.find(module);
+    return number != kNone && isLive(number) ? number : kNone;
+  }
 
-  /// The module's number, and whether it is new. Requires: not null.
-  std::pair<Number, bool> add(std::shared_ptr<ApplyModule> module) {
-    const auto added = numbers.add(module.get());
-    if (added.second) {
-      modules.push_back(std::move(module));
+  /// The number of a module, a new one if it has none. Requires: not null.
+  Number add(ModulePtr module, As how) {
+    const auto [number, isNew] = numbers.add(module.get());
+    if (isNew || !isLive(number)) {
+      return append(isNew ? number : numbers.numberAnew(module.get()), std::move(module), how);
     }
-    return added;
+    if (how == As::Held) {
+      hold(number);
+    }
+    return number;
+  }
+
+  /// The number of the module that an entry is for; kNone for one that has expired.
+  Number add(const LinkList& links, std::size_t place, As how) {
+    const Number number = numbers.find(links.address(place));
+    if (number != kNone && held[number] != nullptr) {
+      return links.isHeldBy(place, held[number]) || links.isLive(place) ? number : kNone;
+    }
+    ModulePtr module = links.links()[place].lock();
+    return module != nullptr ? add(std::move(module), how) : kNone;
+  }
+
+  /// Keeps its memory. What is held is put into `before` instead of being let go.
+  void clear(std::vector<ModulePtr>& before) {
+    numbers.clear();
+    before.clear();
+    before.swap(held);
+    known.clear();
   }
 
  private:
+  Number append(Number number, ModulePtr module, As how) {
+    if (how == As::Held) {
+      held.push_back(std::move(module));
+    } else {
+      known.resize(std::size_t{number} + 1);
+      known[number] = module;
+      held.emplace_back();
+    }
+    return number;
+  }
+
   AddressNumbers numbers;
-  std::vector<std::shared_ptr<ApplyModule>> modules;
+  std::vector<ModulePtr> held;
+  /// Of those that are not held from the beginning.
+  std::vector<std::weak_ptr<ApplyModule>> known;
 };
 
 }  // namespace Tessaril

@@ -21,8 +21,7 @@ namespace Tessaril {
 namespace {
 
 using ModulePtr = std::shared_ptr<ApplyModule>;
-using Links = std::vector<std::weak_ptr<ApplyModule>>;
-using LinksOf = const Links& (ApplyModule::*)() const;
+using LinksOf = const LinkList& (*)(const ApplyModule&);
 using Number = ModuleNumbers::Number;
 
 constexpr Number kNone = ModuleNumbers::kNone;
@@ -73,7 +72,7 @@ class Traversal {
     queue.noteVisited(number, Search{*this});
   }
 
-  const ModulePtr& module(Number number) const { return numbers[number]; }
+  const ModulePtr& module(Number number) const { return numbers.heldModule(number); }
 
   /// Calls `use` with the number of every neighbour onwards that has one.
   template <typename Use>
@@ -85,10 +84,9 @@ class Traversal {
       }
       return;
     }
-    for (const auto& link : (*numbers[number].*onwardLinks)()) {
-      const ModulePtr neighbour = link.lock();
-      if (const Number found = neighbour != nullptr ? numbers.find(neighbour.get()) : kNone;
-          found != kNone) {
+    const LinkList& links = onwardLinks(*module(number));
+    for (std::size_t place = 0; place < links.size(); ++place) {
+      if (const Number found = find(links, place); found != kNone) {
         use(found);
       }
     }
@@ -119,7 +117,7 @@ class Traversal {
   }
 
   Number add(const ModulePtr& module) {
-    const Number number = numbers.add(module).first;
+    const Number number = numbers.add(module, ModuleNumbers::As::Held);
     nodes.resize(numbers.size());
     return number;
   }
@@ -154,17 +152,17 @@ class Traversal {
   template <typename Use>
   void follow(Number number, LinksOf links, bool keepsLinks, const Use& use) {
     const std::size_t begin = onwardNumbers.size();
-    for (const auto& link : (*numbers[number].*links)()) {
-      if (ModulePtr neighbour = link.lock()) {
-        const auto [found, isNew] = numbers.add(std::move(neighbour));
-        if (isNew) {
-          nodes.emplace_back();
-        }
-        if (keepsLinks) {
-          onwardNumbers.push_back(found);
-        }
-        use(found);
+    const LinkList& list = links(*module(number));
+    for (std::size_t place = 0; place < list.size(); ++place) {
+      const Number found = numbers.add(list, place, ModuleNumbers::As::Held);
+      if (found == kNone) {
+        continue;
       }
+      nodes.resize(numbers.size());
+      if (keepsLinks) {
+        onwardNumbers.push_back(found);
+      }
+      use(found);
     }
     if (keepsLinks) {
       nodes[number].onwardBegin = begin;
@@ -173,13 +171,12 @@ class Traversal {
   }
 
   Number findUnvisited(Number number, std::uint32_t& searched) const {
-    const Links& links = (*numbers[number].*waitLinks)();
+    const LinkList& links = waitLinks(*module(number));
     for (; searched < links.size(); ++searched) {
-      if (isLastVisited(links[searched])) {
+      if (lastVisited != kNone && links.isHeldBy(searched, module(lastVisited))) {
         continue;
       }
-      const ModulePtr neighbour = links[searched].lock();
-      const Number found = neighbour != nullptr ? numbers.find(neighbour.get()) : kNone;
+      const Number found = find(links, searched);
       if (found != kNone && nodes[found].isInScope && !nodes[found].isVisited) {
         return found;
       }
@@ -187,9 +184,12 @@ class Traversal {
     return kNone;
   }
 
-  /// Usually the answer for the only neighbour that a module has to wait for.
-  bool isLastVisited(const std::weak_ptr<ApplyModule>& link) const {
-    return lastVisited != kNone && link.lock() == numbers[lastVisited];
+  /// kNone for a module that has no number, and for one that has gone.
+  Number find(const LinkList& links, std::size_t place) const {
+    const Number number = numbers.find(links.address(place));
+    return number != kNone && (links.isHeldBy(place, module(number)) || links.isLive(place))
+               ? number
+               : kNone;
   }
 
   LinksOf onwardLinks;
@@ -206,7 +206,7 @@ class Traversal {
 
 /// Requires: start is not null.
 Traversal forwards(const ModulePtr& start, const ModulePtr& end) {
-  return {&ApplyModule::getNextApplyModules, &ApplyModule::getPreviousApplyModules, start, end};
+  return {&ApplyGraph::getNextLinks, &ApplyGraph::getPreviousLinks, start, end};
 }
 
 }  // namespace
@@ -255,8 +255,7 @@ void ApplyGraph::forSemanticOrderedPreviousModules(std::function<bool(ModulePtr)
   if (module == nullptr) {
     return;
   }
-  Traversal traversal(&ApplyModule::getPreviousApplyModules, &ApplyModule::getNextApplyModules,
-                      module, nullptr);
+  Traversal traversal(&ApplyGraph::getPreviousLinks, &ApplyGraph::getNextLinks, module, nullptr);
   while (const auto taken = traversal.take()) {
     traversal.setVisited(taken->module);
     if (taken->module == traversal.getFirst() || callback(traversal.module(taken->module))) {
@@ -272,7 +271,7 @@ namespace {
 
 bool hasToWait(const ApplyModule& module, const ApplyGraph::ModuleSet& visited,
                const ApplyGraph::ModuleSet& scope) {
-  const Links& links = module.getPreviousApplyModules();
+  const auto& links = module.getPreviousApplyModules();
   return std::any_of(links.begin(), links.end(), [&](const std::weak_ptr<ApplyModule>& link) {
     const ModulePtr neighbour = link.lock();
     return neighbour != nullptr && !visited.contains(neighbour) && scope.contains(neighbour);

@@ -16,12 +16,14 @@ class AddressNumbers {
   using Number = std::uint32_t;
   static constexpr Number kNone = 0xFFFF'FFFF;
 
-  std::size_t size() const { return count; }
+  /// How many numbers have been given.
+  std::size_t size() const { return given; }
 
   /// Keeps its memory.
   void clear() {
     slots.assign(slots.size(), Slot());
-    count = 0;
+    taken = 0;
+    given = 0;
   }
 
   /// kNone for an address that has no number.
@@ -34,13 +36,17 @@ class AddressNumbers {
       return {slot->number, false};
     }
     // At most half of the slots are taken.
-    if (count >= slots.size() / 2) {
+    if (taken >= slots.size() / 2) {
       grow();
       slot = &slots[slotOf(address)];
     }
-    *slot = {address, count};
-    return {count++, true};
+    *slot = {address, given};
+    ++taken;
+    return {given++, true};
   }
+
+  /// Another number for an address that has one: something else is there now.
+  Number numberAnew(const void* address) { return slots[slotOf(address)].number = given++; }
 
  private:
   struct Slot {
@@ -73,7 +79,8 @@ class AddressNumbers {
 
   std::vector<Slot> slots = std::vector<Slot>(kFirstSize);
   unsigned int shift = kFirstShift;
-  Number count = 0;
+  std::size_t taken = 0;
+  Number given = 0;
 };
 
 }  // namespace Tessaril

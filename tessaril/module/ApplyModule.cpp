@@ -20,39 +20,82 @@
 // 3. The module is visited; the walk ends here if its visitor says so.
 // 4. All its links are pushed in list order, so that the last-listed neighbour, and everything that
 //    can be reached through it, comes before the earlier ones.
+//
+// To copy and to lock a weak reference changes counts that other threads may look at, which costs
+// more than all else. So links to what has been visited are not pushed, and the last link of a
+// module, which would be taken off at once, is followed without being pushed.
 
 namespace Tessaril {
 
 namespace {
 
 using Links = std::vector<std::weak_ptr<ApplyModule>>;
-using LinksOf = const Links& (ApplyModule::*)() const;
 using ModuleSet = std::unordered_set<std::shared_ptr<ApplyModule>>;
 
-bool walkNeighbours(const ApplyModule& origin, LinksOf linksOf,
-                    const ApplyModule::ModuleVisitor& visitor) {
-  // A visitor may be a listener of signals, who edits the graph or drops modules: the links are
-  // copied as they are when a module has been visited, and what was visited is held.
-  Links stack = (origin.*linksOf)();
-  std::vector<std::shared_ptr<ApplyModule>> visited;
-  AddressNumbers visitedAddresses;
-  while (!stack.empty()) {
-    std::shared_ptr<ApplyModule> module = stack.back().lock();
-    stack.pop_back();
-    if (module == nullptr || !visitedAddresses.add(module.get()).second) {
-      continue;
-    }
-    if (!visitor(module)) {
-      return false;
-    }
-    const Links& links = (module.get()->*linksOf)();
-    stack.insert(stack.end(), links.begin(), links.end());
-    visited.push_back(std::move(module));
+/// What a walk has visited. It holds the modules: a visitor may be a listener of signals, who edits
+/// the graph or drops modules.
+class Visited {
+ public:
+  /// The link is live and leads to a module of the walk.
+  bool contains(const LinkList& links, std::size_t place) const {
+    const AddressNumbers::Number number = numbers.find(links.address(place));
+    return number != AddressNumbers::kNone && links.isHeldBy(place, modules[number]);
   }
-  return true;
+  /// The module, if it is new.
+  const std::shared_ptr<ApplyModule>* add(std::shared_ptr<ApplyModule> module) {
+    if (module == nullptr || !numbers.add(module.get()).second) {
+      return nullptr;
+    }
+    modules.push_back(std::move(module));
+    return &modules.back();
+  }
+
+ private:
+  AddressNumbers numbers;
+  std::vector<std::shared_ptr<ApplyModule>> modules;
+};
+
+/// `linksOf`: const LinkList&(const ApplyModule&).
+template <typename LinksOf>
+bool walkNeighbours(const ApplyModule& origin, const LinksOf& linksOf,
+                    const ApplyModule::ModuleVisitor& visitor) {
+  Visited visited;
+  Links stack;
+  const ApplyModule* leading = &origin;
+  while (true) {
+    const std::shared_ptr<ApplyModule>* module = nullptr;
+    if (leading != nullptr) {
+      const LinkList& links = linksOf(*leading);
+      leading = nullptr;
+      if (links.size() == 0) {
+        continue;
+      }
+      const std::size_t last = links.size() - 1;
+      for (std::size_t place = 0; place < last; ++place) {
+        if (!visited.contains(links, place)) {
+          stack.push_back(links.links()[place]);
+        }
+      }
+      if (!visited.contains(links, last)) {
+        module = visited.add(links.links()[last].lock());
+      }
+    } else if (!stack.empty()) {
+      module = visited.add(stack.back().lock());
+      stack.pop_back();
+    } else {
+      return true;
+    }
+    if (module != nullptr) {
+      leading = module->get();
+      if (!visitor(*module)) {
+        return false;
+      }
+    }
+  }
 }
 
-bool walkFromThis(const ApplyModule& origin, LinksOf linksOf,
+template <typename LinksOf>
+bool walkFromThis(const ApplyModule& origin, const LinksOf& linksOf,
                   const ApplyModule::ModuleRefVisitor& visitor) {
   std::vector<const ApplyModule*> stack{&origin};
   AddressNumbers visited;
@@ -65,23 +108,25 @@ bool walkFromThis(const ApplyModule& origin, LinksOf linksOf,
     if (!visitor(*module)) {
       return false;
     }
-    for (const auto& link : (module->*linksOf)()) {
-      if (const auto neighbour = link.lock()) {
-        stack.push_back(neighbour.get());
+    const LinkList& links = linksOf(*module);
+    for (std::size_t place = 0; place < links.size(); ++place) {
+      if (links.isLive(place)) {
+        stack.push_back(links.address(place));
       }
     }
   }
   return true;
 }
 
-void gather(const ApplyModule& origin, LinksOf linksOf, ModuleSet& modules,
+template <typename LinksOf>
+void gather(const ApplyModule& origin, const LinksOf& linksOf, ModuleSet& modules,
             const std::shared_ptr<ApplyModule>& stopModule) {
   // The set holds what is on the stack.
   std::vector<const ApplyModule*> stack{&origin};
   while (!stack.empty()) {
-    const Links& links = (stack.back()->*linksOf)();
+    const LinkList& links = linksOf(*stack.back());
     stack.pop_back();
-    for (const auto& link : links) {
+    for (const auto& link : links.links()) {
       std::shared_ptr<ApplyModule> module = link.lock();
       const ApplyModule* const address = module.get();
       if (address != nullptr && modules.insert(std::move(module)).second &&
@@ -96,24 +141,14 @@ std::shared_ptr<ApplyModule> lockFirst(const Links& links) {
   return links.empty() ? nullptr : links.front().lock();
 }
 
-bool holds(const Links& links, const std::shared_ptr<ApplyModule>& module) {
-  return findLink(links, module) != links.end();
-}
-
 }  // namespace
 
 ApplyModule::ApplyModule() = default;
 ApplyModule::~ApplyModule() = default;
 
-const Links& ApplyModule::getNextApplyModules() const {
-  settleLinks();
-  return nextApplyModules;
-}
+const Links& ApplyModule::getNextApplyModules() const { return nextLinksOf(*this).links(); }
 
-const Links& ApplyModule::getPreviousApplyModules() const {
-  settleLinks();
-  return previousApplyModules;
-}
+const Links& ApplyModule::getPreviousApplyModules() const { return previousLinksOf(*this).links(); }
 
 std::shared_ptr<ApplyModule> ApplyModule::getNextApplyModule() const {
   return lockFirst(getNextApplyModules());
@@ -124,11 +159,11 @@ std::shared_ptr<ApplyModule> ApplyModule::getPreviousApplyModule() const {
 }
 
 bool ApplyModule::hasNextApplyModule(std::shared_ptr<ApplyModule> module) const {
-  return holds(getNextApplyModules(), module);
+  return holds(nextLinksOf(*this), module);
 }
 
 bool ApplyModule::hasPreviousApplyModule(std::shared_ptr<ApplyModule> module) const {
-  return holds(getPreviousApplyModules(), module);
+  return holds(previousLinksOf(*this), module);
 }
 
 bool ApplyModule::isAdditionalModule() const { return additionalModule; }
@@ -227,29 +262,41 @@ std::shared_ptr<CommandBase> ApplyModule::createMessageHandlingCmd(
 }
 
 bool ApplyModule::forAllFollowingModules(ModuleVisitor visitor) const {
-  return walkNeighbours(*this, &ApplyModule::getNextApplyModules, visitor);
+  return walkNeighbours(
+      *this, [](const ApplyModule& module) -> const LinkList& { return nextLinksOf(module); },
+      visitor);
 }
 
 bool ApplyModule::forAllPreviousModules(ModuleVisitor visitor) const {
-  return walkNeighbours(*this, &ApplyModule::getPreviousApplyModules, visitor);
+  return walkNeighbours(
+      *this, [](const ApplyModule& module) -> const LinkList& { return previousLinksOf(module); },
+      visitor);
 }
 
 bool ApplyModule::forThisAndAllFollowingModules(ModuleRefVisitor visitor) const {
-  return walkFromThis(*this, &ApplyModule::getNextApplyModules, visitor);
+  return walkFromThis(
+      *this, [](const ApplyModule& module) -> const LinkList& { return nextLinksOf(module); },
+      visitor);
 }
 
 bool ApplyModule::forThisAndAllPreviousModules(ModuleRefVisitor visitor) const {
-  return walkFromThis(*this, &ApplyModule::getPreviousApplyModules, visitor);
+  return walkFromThis(
+      *this, [](const ApplyModule& module) -> const LinkList& { return previousLinksOf(module); },
+      visitor);
 }
 
 void ApplyModule::gatherAllDependencies(ModuleSet& modules,
                                         const std::shared_ptr<ApplyModule>& stopModule) const {
-  gather(*this, &ApplyModule::getPreviousApplyModules, modules, stopModule);
+  gather(
+      *this, [](const ApplyModule& module) -> const LinkList& { return previousLinksOf(module); },
+      modules, stopModule);
 }
 
 void ApplyModule::gatherAllSuccessors(ModuleSet& modules,
                                       const std::shared_ptr<ApplyModule>& stopModule) const {
-  gather(*this, &ApplyModule::getNextApplyModules, modules, stopModule);
+  gather(
+      *this, [](const ApplyModule& module) -> const LinkList& { return nextLinksOf(module); },
+      modules, stopModule);
 }
 
 bool ApplyModule::hasAsAncestor(const ApplyModule& module) const {
@@ -336,7 +383,7 @@ bool ApplyModule::replacePreviousApplyModule(const std::shared_ptr<ApplyModule>&
   return replaceLink(previousApplyModules, oldModule, newModule);
 }
 
-void ApplyModule::addLink(Links& links, const std::shared_ptr<ApplyModule>& module,
+void ApplyModule::addLink(LinkList& links, const std::shared_ptr<ApplyModule>& module,
                           KnownLinks* known) {
   if (module == nullptr || module.get() == this) {
     return;
@@ -345,19 +392,19 @@ void ApplyModule::addLink(Links& links, const std::shared_ptr<ApplyModule>& modu
   if (known != nullptr ? !known->isNew(links, module) : holds(links, module)) {
     return;
   }
-  links.push_back(module);
+  links.add(module);
   LinkEdits::add();
   onApplyGraphChanged();
 }
 
-void ApplyModule::removeLink(Links& links, const std::shared_ptr<ApplyModule>& module) {
+void ApplyModule::removeLink(LinkList& links, const std::shared_ptr<ApplyModule>& module) {
   if (linkDrain == nullptr || !linkDrain->takeOut(links, module)) {
     settleLinks();
-    const auto found = findLink(links, module);
-    if (found == links.end()) {
+    const std::size_t found = findLink(links, module);
+    if (found == links.size()) {
       return;
     }
-    links.erase(found);
+    links.erase(found, found + 1);
   }
   LinkEdits::add();
   onApplyGraphChanged();
@@ -365,28 +412,23 @@ void ApplyModule::removeLink(Links& links, const std::shared_ptr<ApplyModule>& m
 
 // Neither duplicates nor a null new module are refused: the graph operations that replace have seen
 // to duplicates, and a replaced entry has to keep its place.
-bool ApplyModule::replaceLink(Links& links, const std::shared_ptr<ApplyModule>& oldModule,
+bool ApplyModule::replaceLink(LinkList& links, const std::shared_ptr<ApplyModule>& oldModule,
                               const std::shared_ptr<ApplyModule>& newModule) {
   if (newModule.get() == this) {
     return false;
   }
   settleLinks();
-  const auto found = findLink(links, oldModule);
-  if (found == links.end()) {
+  const std::size_t found = findLink(links, oldModule);
+  if (found == links.size()) {
     return false;
   }
-  auto& link = links[static_cast<std::size_t>(found - links.begin())];
-  link = newModule;
-  if (newModule == nullptr) {
-    // Expired, also where the pointer shares the ownership of something that is alive.
-    link.reset();
-  }
+  links.set(found, newModule);
   LinkEdits::add();
   onApplyGraphChanged();
   return true;
 }
 
-void ApplyModule::clearLinks(Links& links) {
+void ApplyModule::clearLinks(LinkList& links) {
   settleLinks();
   links.clear();
   LinkEdits::add();
@@ -395,8 +437,8 @@ void ApplyModule::clearLinks(Links& links) {
 void ApplyModule::takeOverLinks(ApplyModule& other) {
   settleLinks();
   other.settleLinks();
-  Links next = std::exchange(other.nextApplyModules, {});
-  Links previous = std::exchange(other.previousApplyModules, {});
+  LinkList next = std::exchange(other.nextApplyModules, {});
+  LinkList previous = std::exchange(other.previousApplyModules, {});
   // A module that is replaced by itself loses its lists.
   if (&other != this) {
     nextApplyModules = std::move(next);

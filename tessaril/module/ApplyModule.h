@@ -7,6 +7,7 @@
 
 #include "tessaril/Export.h"
 #include "tessaril/module/ApplyModuleInsertInfo.h"
+#include "tessaril/module/LinkList.h"
 #include "tessaril/module/ModuleState.h"
 #include "tessaril/platform/progress/LegacyProgress.h"
 
@@ -31,8 +32,7 @@ class PersistenceArchiver;
 /// preferred neighbour, and the walks depend on it.
 ///
 /// Modules are held through std::shared_ptr by the application; the graph owns none of them. A
-/// neighbour is known by its address, whatever else a pointer to it keeps alive. An entry made
-/// from a pointer with the same owner is found soonest, and before other entries for that module.
+/// neighbour is known by its address, whatever else a pointer to it keeps alive.
 ///
 /// Links are edited by ApplyGraph only, which keeps both directions in step. Design steps derive
 /// from this class, override the policy questions and hand in a factory for their commands. As it
@@ -200,8 +200,6 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
  private:
   friend class ApplyGraph;
 
-  using Links = std::vector<std::weak_ptr<ApplyModule>>;
-
   void addNextApplyModule(const std::shared_ptr<ApplyModule>& module);
   void addPreviousApplyModule(const std::shared_ptr<ApplyModule>& module);
   // For an edit that adds many modules to one list.
@@ -221,13 +219,21 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   void setChainStart(ApplyModuleInsertInfo::ApplyGraphInsertMode mode, Identifier chainId,
                      Identifier startChainId);
 
-  void addLink(Links& links, const std::shared_ptr<ApplyModule>& module, KnownLinks* known);
-  void removeLink(Links& links, const std::shared_ptr<ApplyModule>& module);
-  bool replaceLink(Links& links, const std::shared_ptr<ApplyModule>& oldModule,
+  void addLink(LinkList& links, const std::shared_ptr<ApplyModule>& module, KnownLinks* known);
+  void removeLink(LinkList& links, const std::shared_ptr<ApplyModule>& module);
+  bool replaceLink(LinkList& links, const std::shared_ptr<ApplyModule>& oldModule,
                    const std::shared_ptr<ApplyModule>& newModule);
-  void clearLinks(Links& links);
+  void clearLinks(LinkList& links);
   /// Both lists of the other module, whose lists are empty then.
   void takeOverLinks(ApplyModule& other);
+  static const LinkList& nextLinksOf(const ApplyModule& module) {
+    module.settleLinks();
+    return module.nextApplyModules;
+  }
+  static const LinkList& previousLinksOf(const ApplyModule& module) {
+    module.settleLinks();
+    return module.previousApplyModules;
+  }
   /// To be called before a list is used.
   void settleLinks() const {
     if (linkDrain != nullptr) {
@@ -243,8 +249,8 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   // By value: a host may name its rates as it likes.
   LegacyProgress::Speed::Rate speedRate = static_cast<LegacyProgress::Speed::Rate>(3);
   std::shared_ptr<ApplyCmdFactory> applyCmdFactory;
-  Links previousApplyModules;
-  Links nextApplyModules;
+  LinkList previousApplyModules;
+  LinkList nextApplyModules;
   /// The edit that is taking entries out of one of the lists, or null.
   LinkDrain* linkDrain = nullptr;
   bool additionalModule = false;

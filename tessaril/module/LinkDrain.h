@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstddef>
-#include <iterator>
 #include <memory>
-#include <vector>
+
+#include "tessaril/module/LinkList.h"
 
 // Internal to the library.
 
@@ -18,11 +18,9 @@ class ApplyModule;
 /// Meanwhile the list reads: what has been kept (entries that have expired), a gap, the rest.
 class LinkDrain {
  public:
-  using Links = std::vector<std::weak_ptr<ApplyModule>>;
-
   /// `active` is the place where the owner of the list looks for what it has to settle before it
   /// uses its lists. Lists of a few entries are left to erase them.
-  LinkDrain(LinkDrain*& active, Links& list) : slot(active), outer(active), links(list) {
+  LinkDrain(LinkDrain*& active, LinkList& list) : slot(active), outer(active), links(list) {
     if (outer != nullptr) {
       outer->settle();
     }
@@ -39,20 +37,21 @@ class LinkDrain {
 
   /// Takes out the first entry for the module, provided that it is the first one that is live;
   /// answers whether it did.
-  bool takeOut(const Links& list, const std::shared_ptr<ApplyModule>& module) {
+  bool takeOut(const LinkList& list, const std::shared_ptr<ApplyModule>& module) {
     if (&list != &links || module == nullptr) {
       return false;
     }
     std::size_t found = rest;
-    std::shared_ptr<ApplyModule> firstLive;
-    while (found < links.size() && (firstLive = links[found].lock()) == nullptr) {
+    while (found < links.size() && !links.isLive(found)) {
       ++found;
     }
-    if (firstLive != module) {
+    if (found == links.size() || links.address(found) != module.get()) {
       return false;
     }
     for (; rest < found; ++rest, ++kept) {
-      links[kept].swap(links[rest]);
+      if (kept != rest) {
+        links.move(rest, kept);
+      }
     }
     ++rest;
     return true;
@@ -63,10 +62,7 @@ class LinkDrain {
     if (rest == 0) {
       return;
     }
-    const auto at = [this](std::size_t place) {
-      return std::next(links.begin(), static_cast<std::ptrdiff_t>(place));
-    };
-    links.erase(at(kept), at(rest));
+    links.erase(kept, rest);
     kept = 0;
     rest = 0;
   }
@@ -76,7 +72,7 @@ class LinkDrain {
 
   LinkDrain*& slot;
   LinkDrain* outer;
-  Links& links;
+  LinkList& links;
   std::size_t kept = 0;
   std::size_t rest = 0;
 };

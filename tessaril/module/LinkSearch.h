@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tessaril/module/AddressNumbers.h"
+#include "tessaril/module/LinkList.h"
 
 // Internal to the library.
 
@@ -13,29 +14,20 @@ namespace Tessaril {
 
 class ApplyModule;
 
-/// The first entry for that very module, or the end. A null module matches the first entry that has
-/// expired. Entries are told apart by their owners, which takes no look at the modules, and locked
-/// only to confirm. Where none is left all are locked: a pointer may name a module and share the
-/// ownership of something else.
-inline std::vector<std::weak_ptr<ApplyModule>>::const_iterator findLink(
-    const std::vector<std::weak_ptr<ApplyModule>>& links,
-    const std::shared_ptr<ApplyModule>& module) {
-  const auto find = [&links](const auto& matches) {
-    auto link = links.begin();
-    while (link != links.end() && !matches(*link)) {
-      ++link;
-    }
-    return link;
-  };
-  using Link = const std::weak_ptr<ApplyModule>&;
-  if (module == nullptr) {
-    return find([](Link link) { return link.expired(); });
+/// The place of the first entry for that very module, or the size of the list. A null module
+/// matches the first entry that has expired.
+inline std::size_t findLink(const LinkList& links, const std::shared_ptr<ApplyModule>& module) {
+  std::size_t place = 0;
+  while (place < links.size() &&
+         (module == nullptr ? links.isLive(place)
+                            : links.address(place) != module.get() || !links.isLive(place))) {
+    ++place;
   }
-  const auto found = find([&module](Link link) {
-    return !link.owner_before(module) && !module.owner_before(link) && link.lock() == module;
-  });
-  return found != links.end() ? found
-                              : find([&module](Link link) { return link.lock() == module; });
+  return place;
+}
+
+inline bool holds(const LinkList& links, const std::shared_ptr<ApplyModule>& module) {
+  return findLink(links, module) != links.size();
 }
 
 /// Knows the modules of one link list, for an edit that adds many: without it, each addition would
@@ -44,10 +36,9 @@ inline std::vector<std::weak_ptr<ApplyModule>>::const_iterator findLink(
 class KnownLinks {
  public:
   /// False if `links` holds the module. Otherwise the caller appends it.
-  bool isNew(const std::vector<std::weak_ptr<ApplyModule>>& links,
-             const std::shared_ptr<ApplyModule>& module) {
+  bool isNew(const LinkList& links, const std::shared_ptr<ApplyModule>& module) {
     if (known == nullptr && (links.size() < kFewLinks || ++questions < kFewQuestions)) {
-      return findLink(links, module) == links.end();
+      return !holds(links, module);
     }
     if (known == nullptr) {
       learn(links);
@@ -59,8 +50,8 @@ class KnownLinks {
     }
     // The entry may have gone since.
     std::size_t& place = known->places[number];
-    if ((place < links.size() && links[place].lock() == module) ||
-        findLink(links, module) != links.end()) {
+    if ((place < links.size() && links.address(place) == module.get() && links.isLive(place)) ||
+        holds(links, module)) {
       return false;
     }
     place = links.size();
@@ -78,11 +69,10 @@ class KnownLinks {
     std::vector<std::size_t> places;
   };
 
-  void learn(const std::vector<std::weak_ptr<ApplyModule>>& links) {
+  void learn(const LinkList& links) {
     auto modules = std::make_unique<Modules>();
     for (std::size_t place = 0; place < links.size(); ++place) {
-      const auto module = links[place].lock();
-      if (module != nullptr && modules->addresses.add(module.get()).second) {
+      if (links.isLive(place) && modules->addresses.add(links.address(place)).second) {
         modules->places.push_back(place);
       }
     }

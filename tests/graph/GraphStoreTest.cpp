@@ -603,8 +603,12 @@ StoredDesign randomDesign(std::uint64_t seed, const RandomGraphParameters& param
   return design;
 }
 
-void eraseDead(std::vector<std::weak_ptr<ApplyModule>>& links) {
-  std::erase_if(links, [](const std::weak_ptr<ApplyModule>& link) { return link.expired(); });
+void eraseDead(LinkList& links) {
+  for (std::size_t place = links.size(); place-- > 0;) {
+    if (!links.isLive(place)) {
+      links.erase(place, place + 1);
+    }
+  }
 }
 
 /// Takes away what is not stored: dead entries and the request to transfer chains.

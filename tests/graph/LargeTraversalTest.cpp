@@ -31,8 +31,8 @@ class LargeGraph {
   }
 
   void link(std::size_t from, std::size_t to) {
-    TestSupport::PrivateLinks::nextList(*modules[from]).push_back(modules[to]);
-    TestSupport::PrivateLinks::previousList(*modules[to]).push_back(modules[from]);
+    TestSupport::PrivateLinks::nextList(*modules[from]).add(modules[to]);
+    TestSupport::PrivateLinks::previousList(*modules[to]).add(modules[from]);
   }
   const ModulePtr& operator[](std::size_t index) const { return modules[index]; }
   std::size_t size() const { return modules.size(); }

@@ -113,7 +113,7 @@ struct Direction {
   void (*add)(ApplyModule&, ModulePtr);
   void (*remove)(ApplyModule&, ModulePtr);
   bool (*replace)(ApplyModule&, ModulePtr, ModulePtr);
-  PrivateLinks::Links& (*field)(ApplyModule&);
+  LinkList& (*field)(ApplyModule&);
   const PrivateLinks::Links& (ApplyModule::*otherList)() const;
 };
 
@@ -151,7 +151,7 @@ class LinkTest : public ::testing::TestWithParam<Direction> {
     auto& links = way().field(*m);
     links.clear();
     for (const auto& name : names) {
-      links.push_back(name == "~" ? std::make_shared<ApplyModule>() : g[name]);
+      links.add(name == "~" ? std::make_shared<ApplyModule>() : g[name]);
     }
   }
 
@@ -301,7 +301,8 @@ TEST_P(LinkTest, WhatTheHookThrowsReachesTheCallerWithTheListChanged) {
 
 TEST_P(LinkTest, TheOtherListIsLeftAlone) {
   for (const auto& direction : kDirections) {
-    direction.field(*m).assign({g["A"], g["B"]});
+    direction.field(*m).add(g["A"]);
+    direction.field(*m).add(g["B"]);
   }
   remove(g["A"]);
   replace(g["B"], g["C"]);

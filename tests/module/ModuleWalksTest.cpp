@@ -268,9 +268,14 @@ TEST_P(WalkTest, EditsOfVisitedModulesComeTooLateForTheWalk) {
       visited += g.nameOf(module);
       if (module == g["Q"]) {
         if (inserts) {
-          links.insert(links.begin(), g["N"]);
+          const LinkList before = links;
+          links.clear();
+          links.add(g["N"]);
+          for (const auto& link : before.links()) {
+            links.add(link.lock());
+          }
         } else {
-          links.erase(links.begin());
+          links.erase(0, 1);
         }
       }
       return true;
@@ -286,8 +291,8 @@ TEST_P(WalkTest, ALongChainIsNoDeepCall) {
   for (std::size_t i = 0; i < kLength; ++i) {
     modules[i] = std::make_shared<ApplyModule>();
     if (i > 0) {
-      TestSupport::PrivateLinks::nextList(*modules[i - 1]).push_back(modules[i]);
-      TestSupport::PrivateLinks::previousList(*modules[i]).push_back(modules[i - 1]);
+      TestSupport::PrivateLinks::nextList(*modules[i - 1]).add(modules[i]);
+      TestSupport::PrivateLinks::previousList(*modules[i]).add(modules[i - 1]);
     }
   }
   const auto& origin =

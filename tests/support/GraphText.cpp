@@ -164,17 +164,17 @@ class Reader {
         fail("a module beside '~'");
       }
       if (left != nullptr && !onlyPrevious) {
-        PrivateLinks::nextList(*left).push_back(entryFor(right));
+        PrivateLinks::nextList(*left).add(entryFor(right));
       }
       if (right != nullptr && !onlyNext) {
-        PrivateLinks::previousList(*right).push_back(entryFor(left));
+        PrivateLinks::previousList(*right).add(entryFor(left));
       }
       left = right;
     }
   }
 
   // An entry for null is one whose module has gone, not one that never had any.
-  static std::weak_ptr<ApplyModule> entryFor(const ModulePtr& module) {
+  static ModulePtr entryFor(const ModulePtr& module) {
     return module != nullptr ? module : std::make_shared<ApplyModule>();
   }
 

@@ -47,11 +47,11 @@ struct GraphChange {
   friend Member memberOf(GraphChange);
 };
 struct NextList {
-  using Member = Links ApplyModule::*;
+  using Member = LinkList ApplyModule::*;
   friend Member memberOf(NextList);
 };
 struct PreviousList {
-  using Member = Links ApplyModule::*;
+  using Member = LinkList ApplyModule::*;
   friend Member memberOf(PreviousList);
 };
 struct InsertInfo {
@@ -104,9 +104,9 @@ void setStartOfSideChain(ApplyModule& module, bool start) {
 
 void announceGraphChange(ApplyModule& module) { (module.*memberOf(GraphChange{}))(); }
 
-Links& nextList(ApplyModule& module) { return module.*memberOf(NextList{}); }
+LinkList& nextList(ApplyModule& module) { return module.*memberOf(NextList{}); }
 
-Links& previousList(ApplyModule& module) { return module.*memberOf(PreviousList{}); }
+LinkList& previousList(ApplyModule& module) { return module.*memberOf(PreviousList{}); }
 
 ApplyModuleInsertInfo& insertInfo(ApplyModule& module) { return module.*memberOf(InsertInfo{}); }
 

@@ -1,15 +1,15 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include "tessaril/module/ApplyModule.h"
+#include "tessaril/module/LinkList.h"
 
 /// The private part of ApplyModule, for tests of single link edits and for graphs that no edit
 /// would build (one-sided links, duplicates, links of a module with itself).
 namespace Tessaril::TestSupport::PrivateLinks {
 
-using Links = std::vector<std::weak_ptr<ApplyModule>>;
+using Links = LinkList::Links;
 using ModulePtr = std::shared_ptr<ApplyModule>;
 
 // The module's own edits: they filter what they are given and call onApplyGraphChanged().
@@ -26,8 +26,8 @@ void announceGraphChange(ApplyModule& module);
 
 // The fields themselves: nothing is filtered, no hook is called.
 
-Links& nextList(ApplyModule& module);
-Links& previousList(ApplyModule& module);
+LinkList& nextList(ApplyModule& module);
+LinkList& previousList(ApplyModule& module);
 ApplyModuleInsertInfo& insertInfo(ApplyModule& module);
 const ApplyModuleInsertInfo& insertInfo(const ApplyModule& module);
 void setSpeedRate(ApplyModule& module, LegacyProgress::Speed::Rate rate);

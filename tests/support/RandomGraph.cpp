@@ -66,11 +66,11 @@ class Builder {
     }
   }
 
-  void addEntry(Links& links, std::size_t index) {
+  void addEntry(LinkList& links, std::size_t index) {
     const auto& neighbour = result.members()[index].module;
-    links.emplace_back(neighbour);
+    links.add(neighbour);
     if (random.percent(parameters.duplicates)) {
-      links.emplace_back(neighbour);
+      links.add(neighbour);
     }
   }
 
@@ -81,9 +81,17 @@ class Builder {
     }
   }
 
-  void shuffle(Links& links) {
-    for (std::size_t left = links.size(); left > 1; --left) {
-      std::swap(links[left - 1], links[random.below(left)]);
+  void shuffle(LinkList& links) {
+    std::vector<std::shared_ptr<ApplyModule>> neighbours;
+    for (const auto& link : links.links()) {
+      neighbours.push_back(link.lock());
+    }
+    for (std::size_t left = neighbours.size(); left > 1; --left) {
+      std::swap(neighbours[left - 1], neighbours[random.below(left)]);
+    }
+    links.clear();
+    for (const auto& neighbour : neighbours) {
+      links.add(neighbour);
     }
   }
 

@@ -69,8 +69,9 @@ TEST(TestModuleTest, AnObjectModuleIsAnObjectToo) {
 
 TEST(PrivateLinksTest, FieldsCanBeWrittenDirectly) {
   TestModule module;
-  PrivateLinks::nextList(module).emplace_back();
-  PrivateLinks::previousList(module).resize(2);
+  PrivateLinks::nextList(module).add(nullptr);
+  PrivateLinks::previousList(module).add(nullptr);
+  PrivateLinks::previousList(module).add(nullptr);
   PrivateLinks::setSpeedRate(module, static_cast<LegacyProgress::Speed::Rate>(1));
   PrivateLinks::insertInfo(module).setTransferChains(true);
   EXPECT_EQ(module.getNextApplyModules().size(), 1U);

@@ -128,6 +128,11 @@ TEST(RandomRunsTest, RunsOverGraphsThatAreEditedAreThoseOfTheLiteralCommand) {
              100);
 }
 
+TEST(RandomRunsTest, RunsInWhichModulesAreDroppedAreThoseOfTheLiteralCommand) {
+  expectSameStories(2000, {.drops = 100});
+  expectSameStories(1000, {.faults = 30, .throws = 30, .stops = 30, .edits = 30, .drops = 100});
+}
+
 TEST(RandomRunsTest, RunsOfEveryKindAreThoseOfTheLiteralCommand) {
   expectSameStories(2500, {.faults = 50, .throws = 50, .stops = 50, .edits = 50});
 }

@@ -193,15 +193,14 @@ TestGraph Scenario::makeGraph(const ModuleFactory& factory) {
   shuffle(links, dice);
   for (const Link& link : links) {
     if (!isMissing()) {
-      TestSupport::PrivateLinks::nextList(*members[link.from].module)
-          .emplace_back(members[link.to].module);
+      TestSupport::PrivateLinks::nextList(*members[link.from].module).add(members[link.to].module);
     }
   }
   shuffle(links, dice);
   for (const Link& link : links) {
     if (!isMissing()) {
       TestSupport::PrivateLinks::previousList(*members[link.to].module)
-          .emplace_back(members[link.from].module);
+          .add(members[link.from].module);
     }
   }
   if (hasFaults && moduleCount > 2 && dice.percent(30)) {

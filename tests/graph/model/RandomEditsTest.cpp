@@ -71,20 +71,20 @@ Names namesOf(const std::vector<std::weak_ptr<ApplyModule>>& links) {
 void makeHub(Random& random, const TestGraph& graph, const ModulePtr& hub) {
   using namespace TestSupport::PrivateLinks;
   const bool forwards = random.percent(50);
-  Links& list = forwards ? nextList(*hub) : previousList(*hub);
+  LinkList& list = forwards ? nextList(*hub) : previousList(*hub);
   for (const auto& member : graph) {
     if (member.module == hub || random.percent(15)) {
       continue;
     }
-    list.emplace_back(member.module);
+    list.add(member.module);
     if (random.percent(3)) {
-      list.emplace_back(member.module);
+      list.add(member.module);
     }
     if (random.percent(5)) {
-      list.emplace_back();
+      list.add(nullptr);
     }
     if (!random.percent(3)) {
-      (forwards ? previousList(*member.module) : nextList(*member.module)).emplace_back(hub);
+      (forwards ? previousList(*member.module) : nextList(*member.module)).add(hub);
     }
   }
 }

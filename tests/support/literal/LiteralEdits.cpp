@@ -11,44 +11,51 @@ namespace Tessaril::Literal {
 namespace {
 
 using TestSupport::PrivateLinks::announceGraphChange;
-using TestSupport::PrivateLinks::Links;
 using TestSupport::PrivateLinks::nextList;
 using TestSupport::PrivateLinks::previousList;
 using TestSupport::PrivateLinks::setStartOfSideChain;
 
-Links::iterator findLink(Links& links, const ModulePtr& module) {
-  return std::find_if(links.begin(), links.end(),
+using Links = LinkList::Links;
+
+Links::const_iterator findLink(const LinkList& links, const ModulePtr& module) {
+  return std::find_if(links.links().begin(), links.links().end(),
                       [&](const auto& link) { return link.lock() == module; });
 }
 
+std::size_t placeOf(const LinkList& links, Links::const_iterator found) {
+  return static_cast<std::size_t>(found - links.links().begin());
+}
+
 /// `links` is one of the two lists of `owner`.
-void addLink(ApplyModule& owner, Links& links, const ModulePtr& module) {
-  if (module == nullptr || module.get() == &owner || findLink(links, module) != links.end()) {
+void addLink(ApplyModule& owner, LinkList& links, const ModulePtr& module) {
+  if (module == nullptr || module.get() == &owner ||
+      findLink(links, module) != links.links().end()) {
     return;
   }
-  links.push_back(module);
+  links.add(module);
   announceGraphChange(owner);
 }
 
-void removeLink(ApplyModule& owner, Links& links, const ModulePtr& module) {
+void removeLink(ApplyModule& owner, LinkList& links, const ModulePtr& module) {
   const auto found = findLink(links, module);
-  if (found == links.end()) {
+  if (found == links.links().end()) {
     return;
   }
-  links.erase(found);
+  const std::size_t place = placeOf(links, found);
+  links.erase(place, place + 1);
   announceGraphChange(owner);
 }
 
-bool replaceLink(ApplyModule& owner, Links& links, const ModulePtr& oldModule,
+bool replaceLink(ApplyModule& owner, LinkList& links, const ModulePtr& oldModule,
                  const ModulePtr& newModule) {
   if (newModule.get() == &owner) {
     return false;
   }
   const auto found = findLink(links, oldModule);
-  if (found == links.end()) {
+  if (found == links.links().end()) {
     return false;
   }
-  *found = newModule;
+  links.set(placeOf(links, found), newModule);
   announceGraphChange(owner);
   return true;
 }
@@ -83,12 +90,13 @@ void forEachLive(const Links& links, const Visit& visit) {
 }
 
 void cutNext(const ModulePtr& module) {
-  forEachLive(nextList(*module), [&](const ModulePtr& next) { removePrevious(next, module); });
+  forEachLive(nextList(*module).links(),
+              [&](const ModulePtr& next) { removePrevious(next, module); });
   nextList(*module).clear();
 }
 
 void cutPrevious(const ModulePtr& module) {
-  forEachLive(previousList(*module),
+  forEachLive(previousList(*module).links(),
               [&](const ModulePtr& previous) { removeNext(previous, module); });
   previousList(*module).clear();
 }
@@ -123,7 +131,7 @@ void insertAfter(ModulePtr module, ModulePtr anchor) {
   }
   cutNext(module);
   cutPrevious(module);
-  forEachLive(nextList(*anchor), [&](const ModulePtr& next) {
+  forEachLive(nextList(*anchor).links(), [&](const ModulePtr& next) {
     addNext(module, next);
     replacePrevious(next, anchor, module);
   });
@@ -141,7 +149,7 @@ void insertBefore(ModulePtr module, ModulePtr anchor) {
   }
   cutNext(module);
   cutPrevious(module);
-  forEachLive(previousList(*anchor), [&](const ModulePtr& previous) {
+  forEachLive(previousList(*anchor).links(), [&](const ModulePtr& previous) {
     addPrevious(module, previous);
     replaceNext(previous, anchor, module);
   });
@@ -158,8 +166,8 @@ void remove(ModulePtr module) {
   if (module == nullptr) {
     return;
   }
-  const Links previousModules = previousList(*module);
-  const Links nextModules = nextList(*module);
+  const Links previousModules = previousList(*module).links();
+  const Links nextModules = nextList(*module).links();
   forEachLive(previousModules, [&](const ModulePtr& previous) {
     removeNext(previous, module);
     removePrevious(module, previous);
@@ -186,9 +194,9 @@ void replace(ModulePtr oldModule, ModulePtr newModule) {
   }
   nextList(*oldModule).clear();
   previousList(*oldModule).clear();
-  forEachLive(nextList(*newModule),
+  forEachLive(nextList(*newModule).links(),
               [&](const ModulePtr& next) { replacePrevious(next, oldModule, newModule); });
-  forEachLive(previousList(*newModule),
+  forEachLive(previousList(*newModule).links(),
               [&](const ModulePtr& previous) { replaceNext(previous, oldModule, newModule); });
   if (oldModule->isStartOfSideChain()) {
     setStartOfSideChain(*oldModule, false);
