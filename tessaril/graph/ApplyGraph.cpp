@@ -183,20 +183,20 @@ void ApplyGraph::insert(ModulePtr module, ModulePtr previous, ModulePtr next,
 }
 
 void ApplyGraph::insertAfter(ModulePtr module, ModulePtr anchor) {
-  insertSubGraphAfter(module, module, anchor);
+  placeAfter(module, module, anchor);
 }
 
 void ApplyGraph::insertBefore(ModulePtr module, ModulePtr anchor) {
-  insertSubGraphBefore(module, module, anchor);
+  placeBefore(module, module, anchor);
 }
 
-void ApplyGraph::removeNext(ModulePtr module) {
+void ApplyGraph::removeNext(const ModulePtr& module) {
   forEachLive(module->getNextApplyModules(),
               [&](const ModulePtr& next) { next->removePreviousApplyModule(module); });
   module->clearLinks(module->nextApplyModules);
 }
 
-void ApplyGraph::removePrevious(ModulePtr module) {
+void ApplyGraph::removePrevious(const ModulePtr& module) {
   forEachLive(module->getPreviousApplyModules(),
               [&](const ModulePtr& previous) { previous->removeNextApplyModule(module); });
   module->clearLinks(module->previousApplyModules);
@@ -292,10 +292,18 @@ void ApplyGraph::linkBetween(const ModulePtr& start, const ModulePtr& end,
   }
 }
 
-// No flag moves here: what followed the anchor as a side chain goes on as one behind the sub-graph.
 void ApplyGraph::insertSubGraphAfter(ModulePtr start, ModulePtr end, ModulePtr anchor) {
+  placeAfter(start, end, anchor);
+}
+
+void ApplyGraph::insertSubGraphBefore(ModulePtr start, ModulePtr end, ModulePtr anchor) {
+  placeBefore(start, end, anchor);
+}
+
+// No flag moves here: what followed the anchor as a side chain goes on as one behind the sub-graph.
+void ApplyGraph::placeAfter(const ModulePtr& start, const ModulePtr& end, const ModulePtr& anchor) {
   if (start == nullptr || end == nullptr || anchor == nullptr ||
-      start->hasPreviousApplyModule(anchor)) {
+      holds(getPreviousLinks(*start), anchor)) {
     return;
   }
   removeNext(end);
@@ -311,8 +319,10 @@ void ApplyGraph::insertSubGraphAfter(ModulePtr start, ModulePtr end, ModulePtr a
 }
 
 // The flag moves: the sub-graph now comes first in the chain that the anchor began.
-void ApplyGraph::insertSubGraphBefore(ModulePtr start, ModulePtr end, ModulePtr anchor) {
-  if (start == nullptr || end == nullptr || anchor == nullptr || end->hasNextApplyModule(anchor)) {
+void ApplyGraph::placeBefore(const ModulePtr& start, const ModulePtr& end,
+                             const ModulePtr& anchor) {
+  if (start == nullptr || end == nullptr || anchor == nullptr ||
+      holds(getNextLinks(*end), anchor)) {
     return;
   }
   removeNext(end);
@@ -370,8 +380,8 @@ void ApplyGraph::takeOut(const ModulePtr& start, const ModulePtr& end, bool hand
 bool ApplyGraph::moveStartOfSubChain(ModulePtr sideStart, ModulePtr oldParent,
                                      ModulePtr newParent) {
   if (sideStart == nullptr || oldParent == nullptr || newParent == nullptr ||
-      newParent == sideStart || !sideStart->hasPreviousApplyModule(oldParent) ||
-      !oldParent->hasNextApplyModule(sideStart)) {
+      newParent == sideStart || !holds(getPreviousLinks(*sideStart), oldParent) ||
+      !holds(getNextLinks(*oldParent), sideStart)) {
     return false;
   }
   sideStart->replacePreviousApplyModule(oldParent, newParent);
@@ -426,7 +436,7 @@ void ApplyGraph::addSubGraphToChain(const ModulePtr& start, const ModulePtr& end
     insertSubGraph(start, end, anchor, chainNext, false);
     return;
   }
-  insertSubGraphAfter(start, end, anchor);
+  placeAfter(start, end, anchor);
   start->insertInfo.setTransferChains(false);
 }
 
@@ -441,7 +451,7 @@ void ApplyGraph::startChainWithSubGraph(const ModulePtr& start, const ModulePtr&
   if (chainNext == start) {
     return;
   }
-  insertSubGraphBefore(start, end, chainNext);
+  placeBefore(start, end, chainNext);
   if (!isSideChain || chainNext->getInsertMode() == InsertMode::StartSideChain) {
     chainNext->setAddToChainInsertMode(chainNext->getChainId(), false);
   }

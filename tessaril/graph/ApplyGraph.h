@@ -241,8 +241,15 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
                                 const std::vector<ApplyModuleData>& data);
 
  private:
-  static void removeNext(std::shared_ptr<ApplyModule> module);
-  static void removePrevious(std::shared_ptr<ApplyModule> module);
+  // Pointers by value cost counting each time they are handed on.
+  static void removeNext(const std::shared_ptr<ApplyModule>& module);
+  static void removePrevious(const std::shared_ptr<ApplyModule>& module);
+  static void placeAfter(const std::shared_ptr<ApplyModule>& start,
+                         const std::shared_ptr<ApplyModule>& end,
+                         const std::shared_ptr<ApplyModule>& anchor);
+  static void placeBefore(const std::shared_ptr<ApplyModule>& start,
+                          const std::shared_ptr<ApplyModule>& end,
+                          const std::shared_ptr<ApplyModule>& anchor);
   static void takeOut(const std::shared_ptr<ApplyModule>& start,
                       const std::shared_ptr<ApplyModule>& end, bool handOnStartFlag);
   static void linkBetween(const std::shared_ptr<ApplyModule>& start,

@@ -437,13 +437,11 @@ void ApplyModule::clearLinks(LinkList& links) {
 void ApplyModule::takeOverLinks(ApplyModule& other) {
   settleLinks();
   other.settleLinks();
-  LinkList next = std::exchange(other.nextApplyModules, {});
-  LinkList previous = std::exchange(other.previousApplyModules, {});
   // A module that is replaced by itself loses its lists.
-  if (&other != this) {
-    nextApplyModules = std::move(next);
-    previousApplyModules = std::move(previous);
-  }
+  nextApplyModules.swap(other.nextApplyModules);
+  previousApplyModules.swap(other.previousApplyModules);
+  other.nextApplyModules.clear();
+  other.previousApplyModules.clear();
   LinkEdits::add();
 }
 

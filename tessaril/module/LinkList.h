@@ -84,6 +84,12 @@ class LinkList {
     many.clear();
   }
 
+  void swap(LinkList& other) {
+    references.swap(other.references);
+    few.swap(other.few);
+    many.swap(other.many);
+  }
+
   void reserve(std::size_t count) {
     references.reserve(count);
     many.reserve(hasFew(count) ? 0 : count);
