@@ -146,12 +146,14 @@ void Paired::readOption(const std::string& option) {
   } else if (name == "--alone") {
     only = value;
     alone = value;
+  } else if (name == "--contestant") {
+    onlyContestant = value;
   } else if (name == "--json") {
     jsonFile = value;
   } else {
     fail(
         "Usage: [--quick] [--large] [--sizes=N,N] [--rounds=N] [--only=REGEX] [--alone=REGEX] "
-        "[--json=FILE]");
+        "[--contestant=NAME] [--json=FILE]");
   }
 }
 
@@ -162,6 +164,9 @@ bool Paired::wants(const std::string& work, const std::string& shape, std::size_
 void Paired::runAlone(const Comparison& comparison) const {
   benchmark::ClearRegisteredBenchmarks();
   for (const Contestant& contestant : comparison.contestants) {
+    if (!onlyContestant.empty() && contestant.name != onlyContestant) {
+      continue;
+    }
     const std::string name = nameOf(comparison.work, comparison.shape, comparison.size);
     benchmark::RegisterBenchmark((name + "/" + contestant.name).c_str(),
                                  [&contestant](benchmark::State& state) {
@@ -175,7 +180,9 @@ void Paired::runAlone(const Comparison& comparison) const {
                                    }
                                  });
   }
-  benchmark::RunSpecifiedBenchmarks("all");
+  // The reporter that Google Benchmark makes by itself does not outlive the first call.
+  benchmark::ConsoleReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter, "all");
 }
 
 Paired::Sample Paired::take(const Contestant& contestant, std::size_t runs,
@@ -306,6 +313,14 @@ void Paired::boundGrowth(const std::string& work, std::size_t from, std::size_t 
                          "}");
 }
 
+void Paired::note(const std::string& what, double value, const std::string& unit,
+                  std::optional<double> atMost) {
+  std::fprintf(stderr, "%s: %s %s\n", what.c_str(), number(value).c_str(), unit.c_str());
+  figures.push_back("{\"what\": " + quoted(what) + ", \"value\": " + number(value) +
+                    ", \"unit\": " + quoted(unit) +
+                    (atMost ? ", \"at_most\": " + number(*atMost) : "") + "}");
+}
+
 void Paired::missing(const std::string& peer) { missingPeers.push_back(quoted(peer)); }
 
 int Paired::finish() {
@@ -317,6 +332,7 @@ int Paired::finish() {
        << ", \"samples_kept_though_disturbed\": " << disturbed
        << ", \"compiler\": " << quoted(__VERSION__)
        << ",\n \"missing\": " << list(missingPeers, ", ")
+       << ",\n \"figures\": " << list(figures, ",\n  ")
        << ",\n \"growth_bounds\": " << list(growthBounds, ",\n  ") << ",\n \"comparisons\": [\n";
   for (std::size_t i = 0; i < records.size(); ++i) {
     file << records[i] << (i + 1 < records.size() ? ",\n" : "\n");

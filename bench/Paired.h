@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <random>
 #include <regex>
 #include <string>
@@ -64,7 +65,8 @@ struct Comparison {
 class Paired {
  public:
   /// Options: --quick, --large, --sizes=N,N, --rounds=N, --only=REGEX and --alone=REGEX (both match
-  /// "work/shape/size"), --json=FILE. Ends the program when it does not understand one.
+  /// "work/shape/size"), --contestant=NAME (the one to run alone), --json=FILE. Ends the program
+  /// when it does not understand one.
   Paired(int argc, char** argv);
   ~Paired();
   Paired(const Paired&) = delete;
@@ -82,6 +84,9 @@ class Paired {
   /// On every shape, the library's time a unit at size `to` is at most `atMost` times that at
   /// `from`. Judged by bench/table, at the largest size that was measured.
   void boundGrowth(const std::string& work, std::size_t from, std::size_t to, double atMost);
+  /// A figure that is no time, for the table: `what` comes to so many `unit`.
+  void note(const std::string& what, double value, const std::string& unit,
+            std::optional<double> atMost = {});
   /// Notes a peer that could not be built, so that the table names it.
   void missing(const std::string& peer);
 
@@ -107,6 +112,7 @@ class Paired {
   bool quick = false;
   std::regex only{""};
   std::string alone;
+  std::string onlyContestant;
   std::string jsonFile;
 
   std::mt19937_64 random{20};
@@ -114,6 +120,7 @@ class Paired {
   std::size_t disturbed = 0;
   std::vector<std::string> records;
   std::vector<std::string> growthBounds;
+  std::vector<std::string> figures;
   std::vector<std::string> missingPeers;
   std::jthread secondThread;
 };

@@ -1,7 +1,6 @@
 // What modules, links and updates take from the heap. Not times: every run counts the same.
 
 #include <algorithm>
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
@@ -29,10 +28,6 @@ constexpr std::size_t kModules = 10'000;
 /// The exit code counts what must not grow and did.
 int grown = 0;
 
-void say(const std::string& what, double value, const std::string& unit) {
-  std::printf("%10.1f %-16s %s\n", value, unit.c_str(), what.c_str());
-}
-
 double perModule(std::size_t bytes, std::size_t count = kModules) {
   return static_cast<double>(bytes) / static_cast<double>(count);
 }
@@ -43,53 +38,58 @@ std::vector<ModulePtr> makeModules() {
   return modules;
 }
 
-void countModulesAndLinks() {
+void countModulesAndLinks(Paired& paired) {
   std::vector<ModulePtr> modules(kModules);
   const HeapUse before = heapUse();
   std::generate(modules.begin(), modules.end(), [] { return std::make_shared<ApplyModule>(); });
   const HeapUse made = heapUse();
-  say("a module without links", perModule(made.bytes - before.bytes), "bytes");
-  say("a module without links", perModule(made.blocks - before.blocks), "blocks");
-
   for (std::size_t i = 1; i < modules.size(); ++i) {
     ApplyGraph::insertAfter(modules[i], modules[i - 1]);
   }
   const HeapUse linked = heapUse();
-  say("a link of a chain, both ends", perModule(linked.bytes - made.bytes, kModules - 1), "bytes");
 
   const std::vector<ModulePtr> leaves = makeModules();
   const HeapUse apart = heapUse();
   for (const ModulePtr& leaf : leaves) {
     ApplyGraph::insert(leaf, modules.front(), nullptr, true);
   }
-  say("a link of a hub with 10,000, both ends", perModule(heapUse().bytes - apart.bytes), "bytes");
+  const HeapUse hung = heapUse();
+
+  paired.note("a module without links", perModule(made.bytes - before.bytes), "bytes");
+  paired.note("a module without links", perModule(made.blocks - before.blocks), "blocks");
+  paired.note("a link of a chain, both ends", perModule(linked.bytes - made.bytes, kModules - 1),
+              "bytes");
+  paired.note("a link of a hub with 10,000, both ends", perModule(hung.bytes - apart.bytes),
+              "bytes");
 }
 
 template <typename Update>
-void countRun(const std::string& engine, const UpdateDesign& design, const std::string& which) {
+void countRun(Paired& paired, const std::string& engine, const UpdateDesign& design,
+              const std::string& which) {
   const auto update = design.makeUpdate<Update>();
   const HeapUse before = heapUse();
   startPeak();
   update->execute();
   const HeapUse after = heapUse();
   const std::string what = " a module, " + which + ", " + engine;
-  say("at most while it runs," + what, perModule(peakBytes() - before.bytes), "bytes");
-  say("kept by the update until its next run," + what, perModule(after.bytes - before.bytes),
-      "bytes");
-  say("taken in the course of a run," + what, perModule(after.taken - before.taken), "blocks");
+  paired.note("at most while it runs," + what, perModule(peakBytes() - before.bytes), "bytes");
+  paired.note("kept by the update until its next run," + what,
+              perModule(after.bytes - before.bytes), "bytes");
+  paired.note("taken in the course of a run," + what, perModule(after.taken - before.taken),
+              "blocks");
 }
 
-void countRuns(const Shape& shape) {
+void countRuns(Paired& paired, const Shape& shape) {
   const UpdateDesign idle(shape, Applied::Nothing, Others::WithoutCommand);
-  countRun<Library>("library", idle, "nothing to do, " + shape.name);
-  countRun<LiteralEngine>("literal", idle, "nothing to do, " + shape.name);
+  countRun<Library>(paired, "library", idle, "nothing to do, " + shape.name);
+  countRun<LiteralEngine>(paired, "literal", idle, "nothing to do, " + shape.name);
   const UpdateDesign busy(shape, Applied::First, Others::AutoApplied);
-  countRun<Library>("library", busy, "auto-applied, " + shape.name);
-  countRun<LiteralEngine>("literal", busy, "auto-applied, " + shape.name);
+  countRun<Library>(paired, "library", busy, "auto-applied, " + shape.name);
+  countRun<LiteralEngine>(paired, "literal", busy, "auto-applied, " + shape.name);
 }
 
 /// What is live after ten runs and after a thousand more.
-void expectNoGrowth(const std::string& what, const std::function<void()>& run) {
+void expectNoGrowth(Paired& paired, const std::string& what, const std::function<void()>& run) {
   const auto repeat = [&run](int times) {
     for (int i = 0; i < times; ++i) {
       run();
@@ -99,22 +99,23 @@ void expectNoGrowth(const std::string& what, const std::function<void()>& run) {
   const HeapUse before = repeat(10);
   const HeapUse after = repeat(1'000);
   const double growth = static_cast<double>(after.bytes) - static_cast<double>(before.bytes);
-  say("more after a thousand times: " + what, growth, "bytes");
+  paired.note("more after a thousand times: " + what, growth, "bytes", 0);
   if (growth > 0 || after.blocks > before.blocks) {
     ++grown;
   }
 }
 
-void expectNoGrowth(const Shape& shape) {
+void expectNoGrowth(Paired& paired, const Shape& shape) {
   const UpdateDesign design(shape, Applied::First, Others::AutoApplied);
-  expectNoGrowth("a new update, " + shape.name, [&] { design.run<Library>(); });
+  expectNoGrowth(paired, "a new update, " + shape.name, [&] { design.run<Library>(); });
   const auto update = design.makeUpdate<Library>();
-  expectNoGrowth("one update, executed and undone, " + shape.name, [&] {
+  expectNoGrowth(paired, "one update, executed and undone, " + shape.name, [&] {
     update->execute();
     design.undo(*update);
   });
   const UpdateDesign applied(shape, Applied::All, Others::AutoApplied);
-  expectNoGrowth("a new update, all applied, " + shape.name, [&] { applied.run<Library>(); });
+  expectNoGrowth(paired, "a new update, all applied, " + shape.name,
+                 [&] { applied.run<Library>(); });
 }
 
 }  // namespace
@@ -125,11 +126,10 @@ int main(int argc, char** argv) {
   using namespace Tessaril::Bench;
   Paired paired(argc, argv);
   if (paired.wants("memory", "all", kModules)) {
-    countModulesAndLinks();
-    countRuns(chain(kModules));
-    countRuns(randomLinks(kModules));
+    countModulesAndLinks(paired);
+    countRuns(paired, chain(kModules));
     for (const Shape& shape : {chain(100), merges(100), randomLinks(100)}) {
-      expectNoGrowth(shape);
+      expectNoGrowth(paired, shape);
     }
   }
   const int written = paired.finish();

@@ -122,6 +122,14 @@ void measureFiles(Paired& paired, const std::string& tree, const DesignTree& des
   save.contestants = {{.name = kLibrary,
                        .run = [&] { return saveDesign(design.root(), design.links()).size(); },
                        .order = "our format"}};
+  constexpr std::size_t kNoted = 10'000;
+  const auto noteSize = [&](const std::string& whose, const std::string& bytes) {
+    if (size == kNoted && paired.wants(save.work, tree, size)) {
+      paired.note("saved, a module, " + tree + ", " + whose,
+                  static_cast<double>(bytes.size()) / static_cast<double>(size), "bytes");
+    }
+  };
+  noteSize(kLibrary, archive);
   Comparison open = comparison("open", tree, size);
   OpenedDesign opened;
   open.contestants = {{.name = kLibrary,
@@ -138,6 +146,7 @@ void measureFiles(Paired& paired, const std::string& tree, const DesignTree& des
   if (CerealDesign::open(peerArchive).save() != peerArchive) {
     fail("What cereal opened is not what it saved");
   }
+  noteSize(kCereal, peerArchive);
   save.contestants.push_back(
       {.name = kCereal, .run = [&] { return peer.save().size(); }, .order = "cereal's format"});
   CerealDesign openedByPeer;
