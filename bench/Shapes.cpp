@@ -14,6 +14,28 @@ Shape withoutLinks(std::string name, std::size_t modules) {
   return {.name = std::move(name), .modules = modules, .links = {}, .end = asNumber(modules - 1)};
 }
 
+/// From `fork` to merges and to a chain, each step of which leads to a merge, and from all merges
+/// to the module that is returned. Numbers: the fork, the merges, the steps.
+Number addMerges(Shape& shape, Number fork, Number mergeCount, Number stepCount) {
+  const Number firstMerge = fork + 1;
+  const Number firstStep = firstMerge + mergeCount;
+  const Number next = firstStep + stepCount;
+  for (Number merge = firstMerge; merge < firstStep; ++merge) {
+    shape.links.emplace_back(fork, merge);
+  }
+  for (Number step = firstStep; step < next; ++step) {
+    shape.links.emplace_back(step == firstStep ? fork : step - 1, step);
+  }
+  for (Number i = 0; i < mergeCount; ++i) {
+    shape.links.emplace_back(firstStep + i, firstMerge + i);
+    shape.links.emplace_back(firstMerge + i, next);
+  }
+  if (stepCount > mergeCount || stepCount == 0) {
+    shape.links.emplace_back(next - 1, next);
+  }
+  return next;
+}
+
 /// The same on every platform, unlike the distributions of the standard library.
 std::size_t below(std::mt19937_64& random, std::size_t bound) { return random() % bound; }
 
@@ -56,18 +78,13 @@ Shape sideChains(std::size_t modules) {
 }
 
 Shape merges(std::size_t modules) {
-  constexpr Number kWidth = 8;
+  constexpr Number kWaiting = 20;
   Shape shape = withoutLinks("merges", modules);
-  Number merge = 0;
-  for (Number i = 1; i < modules; ++i) {
-    if (i - merge <= kWidth && i + 1 < modules) {
-      shape.links.emplace_back(merge, i);
-      continue;
-    }
-    for (Number branch = merge + 1; branch < i; ++branch) {
-      shape.links.emplace_back(branch, i);
-    }
-    merge = i;
+  Number fork = 0;
+  while (fork < shape.end) {
+    const Number left = shape.end - fork - 1;
+    const Number mergeCount = std::min(kWaiting, left / 2);
+    fork = addMerges(shape, fork, mergeCount, std::min(kWaiting, left - mergeCount));
   }
   return shape;
 }

@@ -29,7 +29,9 @@ Shape chain(std::size_t modules);
 Shape ladder(std::size_t modules);
 /// A main chain; a side chain of ten modules hangs from every tenth.
 Shape sideChains(std::size_t modules);
-/// One module spreads to eight, which merge in one, which spreads to eight, and so on.
+/// A module leads to twenty merges and to a chain of twenty, each of which leads to a merge as
+/// well; the merges lead to one module, which leads to twenty merges, and so on. So up to twenty
+/// wait at once, while a module has two links on each side on average.
 Shape merges(std::size_t modules);
 /// Half of the modules are merges that are queued at once, and wait for the last module of a chain
 /// that is as long.

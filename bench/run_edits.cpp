@@ -305,7 +305,8 @@ void placeInSideChains(PlacedDesign& design) {
   }
 }
 
-/// The same as merges(): the first of eight modules goes on in the main chain, seven are forks.
+/// One module spreads to eight, which merge in one, which spreads to eight, and so on: the first of
+/// the eight goes on in the main chain, seven are forks.
 void placeInForks(PlacedDesign& design) {
   constexpr Number kWidth = 8;
   Number start = 0;
@@ -326,7 +327,7 @@ void placeInForks(PlacedDesign& design) {
 
 void measurePlacement(Paired& paired, std::size_t modules) {
   const std::pair<const char*, PlacedDesign::SetModes> shapes[] = {
-      {"chain", placeInMainChain}, {"side chains", placeInSideChains}, {"merges", placeInForks}};
+      {"chain", placeInMainChain}, {"side chains", placeInSideChains}, {"forks", placeInForks}};
   for (const auto& [shape, setModes] : shapes) {
     PlacedDesign design(modules, setModes);
     Comparison measured{
