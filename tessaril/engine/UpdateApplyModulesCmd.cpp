@@ -1,6 +1,7 @@
 #include "tessaril/engine/UpdateApplyModulesCmd.h"
 
 #include <source_location>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -88,6 +89,19 @@ std::shared_ptr<ApplyModule> getModule(const Object& object, const Path& path,
   return module;
 }
 
+/// Raises a flag for a scope.
+class WhileTrue {
+ public:
+  explicit WhileTrue(bool& theFlag) : flag(theFlag), before(std::exchange(theFlag, true)) {}
+  ~WhileTrue() { flag = before; }
+  WhileTrue(const WhileTrue&) = delete;
+  WhileTrue& operator=(const WhileTrue&) = delete;
+
+ private:
+  bool& flag;
+  bool before;
+};
+
 std::string describeUpdate(ApplyModule& end, const std::shared_ptr<Object>& object) {
   const auto probe = end.createApplyCommand(object);
   if (probe == nullptr) {
@@ -142,6 +156,10 @@ void UpdateApplyModulesCmd::setApplyCache(std::shared_ptr<ApplyCacheInterface> c
 // Lifecycle
 
 bool UpdateApplyModulesCmd::startExecution(std::shared_ptr<ThreadManager> threadManager) {
+  if (isChoosing) {
+    throw std::logic_error("'" + getLogDescription() +
+                           "' cannot be started by what it asks or notifies");
+  }
   clearCommands();
   updateInfo.clear();
   applyStarted = false;
@@ -188,6 +206,9 @@ bool UpdateApplyModulesCmd::executeNextCommand(
 }
 
 void UpdateApplyModulesCmd::finishExecution(bool success) {
+  // Nothing is asked of the order any more, also where the choice itself stopped the run: whoever
+  // hears of the end may start the next run.
+  isChoosing = false;
   order->rest();
   getProgressPtr()->finish();
   if (applyCache != nullptr) {
@@ -279,23 +300,23 @@ void UpdateApplyModulesCmd::prepareNextModules(Number number) {
 }
 
 UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::updateAndGetNextApplyCommand() {
+  const WhileTrue choosing(isChoosing);
   if (lastExecutedModule != nullptr && !endReached &&
       shouldApplyChainBeCanceled(lastExecutedModule)) {
     stopApply(false);
     return nullptr;
   }
   while (const auto number = order->takeNext()) {
-    const ModulePtr module = order->module(*number);
     handleAutoApplySubGraphs();
-    if (isFullApplyDue(*module, order->isOnTheWay(*number))) {
-      return issueApplyCommand(module, *number);
+    if (isFullApplyDue(order->heldModule(*number), order->isOnTheWay(*number))) {
+      return issueApplyCommand(*number);
     }
-    if (!applyStarted && !endReached && shouldApplyChainBeCanceled(module)) {
-      lastExecutedModule = module;
+    if (!applyStarted && !endReached && shouldApplyChainBeCanceled(order->module(*number))) {
+      lastExecutedModule = order->module(*number);
       stopApply(false);
       return nullptr;
     }
-    passOver(module, *number);
+    passOver(*number);
   }
   if (horizonModule != nullptr && subGraphQueue.empty()) {
     order->forEachNext(order->numberOf(endModule),
@@ -305,19 +326,20 @@ UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::updateAndGetNextApplyCo
   return nullptr;
 }
 
-void UpdateApplyModulesCmd::passOver(const ModulePtr& module, Number number) {
-  if (needsAutoApply(*module)) {
+void UpdateApplyModulesCmd::passOver(Number number) {
+  ApplyModule& module = order->heldModule(number);
+  if (needsAutoApply(module)) {
     if (endReached || !order->isOnTheWay(number)) {
       // Covers everything behind the module, whose next modules are therefore not queued.
       executeAutoApplyOnSubGraph(number);
       order->setVisited(number);
       return;
     }
-    executeAutoApply(module, number, false);
+    executeAutoApply(number, false);
   } else if (applyStarted) {
-    module->sendStateChangeSignal();
+    module.sendStateChangeSignal();
   }
-  if (module == endModule) {
+  if (&module == endModule.get()) {
     endReached = true;
   }
   order->setVisited(number);
@@ -326,8 +348,8 @@ void UpdateApplyModulesCmd::passOver(const ModulePtr& module, Number number) {
 
 // A module whose factory has no command ends the run as finished: the caller takes the null command
 // for the end of the run. The module is not marked visited then.
-UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::issueApplyCommand(const ModulePtr& module,
-                                                                           Number number) {
+UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::issueApplyCommand(Number number) {
+  const ModulePtr module = order->module(number);
   if (isApplySuppressed(module)) {
     lastExecutedModule = module;
     stopApply(true);
@@ -361,15 +383,15 @@ bool UpdateApplyModulesCmd::needsAutoApply(const ApplyModule& module) const {
   return possible && necessary && applyStarted;
 }
 
-void UpdateApplyModulesCmd::executeAutoApply(const ModulePtr& module, Number number,
-                                             bool mayRunAlone) {
-  const bool runsAlone = mayRunAlone && !module->usesSharedResources();
-  const CommandPtr command = module->createAutoApplyCommand(object.lock(), runsAlone);
+void UpdateApplyModulesCmd::executeAutoApply(Number number, bool mayRunAlone) {
+  ApplyModule& module = order->heldModule(number);
+  const bool runsAlone = mayRunAlone && !module.usesSharedResources();
+  const CommandPtr command = module.createAutoApplyCommand(object.lock(), runsAlone);
   if (command == nullptr) {
     order->setVisited(number);
     return;
   }
-  prepareApplyCommandAndModule(command, module);
+  prepareApplyCommandAndModule(command, order->module(number));
   logTrace("Executing auto apply command: " + command->getLogDescription());
   try {
     command->execute();
@@ -392,24 +414,24 @@ void UpdateApplyModulesCmd::executeAutoApply(const ModulePtr& module, Number num
 void UpdateApplyModulesCmd::executeAutoApplyOnSubGraph(Number root) {
   UpdateOrder::SubGraph subGraph(*order, root);
   while (const auto number = subGraph.takeNext()) {
-    const ModulePtr module = order->module(*number);
-    const bool upstreamOfHorizon = isUpstreamOfHorizon(module, *number);
-    if (module->updateAlways() || module->usesSharedResources() || upstreamOfHorizon) {
-      executeAutoApply(module, *number, false);
+    ApplyModule& module = order->heldModule(*number);
+    const bool upstreamOfHorizon = isUpstreamOfHorizon(*number);
+    if (module.updateAlways() || module.usesSharedResources() || upstreamOfHorizon) {
+      executeAutoApply(*number, false);
       subGraph.queueNextOf(*number);
       continue;
     }
-    executeAutoApply(module, *number, true);
-    if (module->isConsistent()) {
+    executeAutoApply(*number, true);
+    if (module.isConsistent()) {
       subGraph.queueNextOf(*number);
       continue;
     }
     // What follows an inconsistent module is not computed from it, but has to hear of the change.
     // A list of its own, since message handlers may edit the graph.
-    const auto& links = module->getNextApplyModules();
+    const auto& links = module.getNextApplyModules();
     const std::vector<std::weak_ptr<ApplyModule>> followers(links.begin(), links.end());
     forEachLive(followers, [this](const ModulePtr& next) { deliverGlobalMessages(next); });
-    module->sendStateChangeSignalsOfFollowingModules();
+    module.sendStateChangeSignalsOfFollowingModules();
   }
 }
 
@@ -421,8 +443,8 @@ void UpdateApplyModulesCmd::handleAutoApplySubGraphs() {
   }
 }
 
-bool UpdateApplyModulesCmd::isUpstreamOfHorizon(const ModulePtr& module, Number number) {
-  return horizonModule != nullptr && module != horizonModule &&
+bool UpdateApplyModulesCmd::isUpstreamOfHorizon(Number number) {
+  return horizonModule != nullptr && number != order->numberOf(horizonModule) &&
          order->isUpstreamOf(horizonModule, number);
 }
 

@@ -58,7 +58,8 @@ class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand 
   void undo() override;
 
   /// Starts a run. Answers what executeSubCommand answers, and true where the run is over at once.
-  /// Throws ObjectException, naming the path, when the start or end module cannot be found; what
+  /// Throws std::logic_error when called from a question or notification of this very run, and
+  /// ObjectException, naming the path, when the start or end module cannot be found; what
   /// modules throw while the next sub-command is chosen goes on to the caller; a std::exception
   /// from a sub-command or its start goes to handleException(). A failing auto apply is logged,
   /// told to the user and otherwise passed over, or thrown on unchanged; see ExceptionPolicy.
@@ -130,8 +131,8 @@ class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand 
   bool isFullApplyDue(const ApplyModule& module, bool isOnTheWay) const;
   void prepareNextModules(Number number);
   CommandPtr updateAndGetNextApplyCommand();
-  void passOver(const ModulePtr& module, Number number);
-  CommandPtr issueApplyCommand(const ModulePtr& module, Number number);
+  void passOver(Number number);
+  CommandPtr issueApplyCommand(Number number);
 
   // Lifecycle and progress
   bool executeNextCommand(const std::shared_ptr<ThreadManager>& threadManager);
@@ -140,9 +141,9 @@ class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand 
 
   // Auto apply and global messages
   bool needsAutoApply(const ApplyModule& module) const;
-  void executeAutoApply(const ModulePtr& module, Number number, bool mayRunAlone);
+  void executeAutoApply(Number number, bool mayRunAlone);
   void executeAutoApplyOnSubGraph(Number root);
-  bool isUpstreamOfHorizon(const ModulePtr& module, Number number);
+  bool isUpstreamOfHorizon(Number number);
   void handleAutoApplySubGraphs();
   void deliverGlobalMessages(const ModulePtr& module);
 
@@ -178,6 +179,8 @@ class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand 
   CommandPtr currentCommand;
   std::shared_ptr<ApplyCacheInterface> applyCache;
   bool exceptionThrown = false;
+  /// What the order holds is in use.
+  bool isChoosing = false;
 };
 
 }  // namespace Tessaril

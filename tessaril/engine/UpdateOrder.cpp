@@ -37,6 +37,7 @@ void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
   for (const ModulePtr& module : saved) {
     savedModuleQueue.push_back(numberOf(module, As::Held));
   }
+  moduleQueue.expect(next.neighbours.size() + queued.size(), modules.size());
   for (const ModulePtr& module : queued) {
     queue(numberOf(module, As::Held));
   }
@@ -137,7 +138,9 @@ void UpdateOrder::refillQueues() {
 
 UpdateOrder::List UpdateOrder::readAnew(Side& side, Number number, As how) {
   List list{static_cast<std::uint32_t>(side.neighbours.size()), 0, edition};
-  if (const ModulePtr module = modules.module(number)) {
+  const ModulePtr& held = modules.heldModule(number);
+  const ModulePtr meanwhile = held != nullptr ? nullptr : modules.module(number);
+  if (const ApplyModule* const module = held != nullptr ? held.get() : meanwhile.get()) {
     const LinkList& links = side.linksOf(*module);
     for (std::size_t place = 0; place < links.size(); ++place) {
       if (const Number neighbour = modules.add(links, place, how); neighbour != kNone) {

@@ -46,6 +46,12 @@ class UpdateOrder {
 
   /// Null for a module that has gone.
   ModulePtr module(Number number) const { return modules.module(number); }
+  /// Requires: the module is in the range, or was visited or queued, or belongs to a sub-graph that
+  /// is being visited. It lives as long as that holds.
+  ApplyModule& heldModule(Number number) const {
+    const ModulePtr& held = modules.heldModule(number);
+    return held != nullptr ? *held : *modules.module(number);
+  }
   Number numberOf(const ModulePtr& module) { return numberOf(module, ModuleNumbers::As::Known); }
   /// True for the end and its dependencies back to the start.
   bool isOnTheWay(Number number) const { return nodes[number].isOnTheWay; }

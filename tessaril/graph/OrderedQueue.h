@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <utility>
@@ -28,6 +29,13 @@ class OrderedQueue {
   using Number = ReadyOrder::Number;
   static constexpr Number kNone = 0xFFFF'FFFF;
 
+  /// At most so many pushes of so many modules are to come. Room is made for them when it is
+  /// needed.
+  void expect(std::size_t pushes, std::size_t modules) {
+    expectedPushes = pushes;
+    expectedModules = modules;
+  }
+
   template <typename Search>
   void push(Number module, bool flag, const Search& search) {
     if (!hasOnly && order.isEmpty()) {
@@ -39,6 +47,9 @@ class OrderedQueue {
       }
     }
     joinOthers();
+    if (expectedPushes != 0) {
+      reserve();
+    }
     if (nodeOf(module).state == State::Unknown) {
       lookForUnvisited(module, search);
     }
@@ -113,9 +124,14 @@ class OrderedQueue {
 
   Node& nodeOf(Number module) {
     if (module >= nodes.size()) {
-      nodes.resize(2 * std::size_t{module} + 2);
+      nodes.resize(std::size_t{module} + 1);
     }
     return nodes[module];
+  }
+
+  void reserve() {
+    order.reserve(std::exchange(expectedPushes, 0), expectedModules);
+    nodes.reserve(expectedModules);
   }
 
   void joinOthers() {
@@ -151,6 +167,8 @@ class OrderedQueue {
   bool hasOnly = false;
   ReadyOrder order;
   std::vector<Node> nodes;
+  std::size_t expectedPushes = 0;
+  std::size_t expectedModules = 0;
 };
 
 }  // namespace Tessaril

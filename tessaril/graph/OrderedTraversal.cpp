@@ -37,6 +37,7 @@ class Traversal {
       nodes[number].isInScope = true;
     }
     nodes[first].isInScope = true;
+    queue.expect(onwardNumbers.size() + 1, numbers.size());
     push(first, false);
   }
 

@@ -33,6 +33,10 @@ class ReadyOrder {
     bool flag;
   };
 
+  void reserve(std::size_t pushes, std::size_t modules) {
+    entries.reserve(pushes);
+    firstOfModule.reserve(modules);
+  }
   /// Adds an entry for the module at the back.
   void push(Number module, bool flag, bool isCandidate);
   /// All entries of the module are candidates from now on. Requires: none of them was before.

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "tessaril/commands/ApplyUpdateInfo.h"
-#include "tessaril/module/AddressNumbers.h"
+#include "tessaril/module/AddressSet.h"
 #include "tessaril/module/LinkDrain.h"
 #include "tessaril/module/LinkEdits.h"
 #include "tessaril/module/LinkSearch.h"
@@ -32,77 +32,53 @@ namespace {
 using Links = std::vector<std::weak_ptr<ApplyModule>>;
 using ModuleSet = std::unordered_set<std::shared_ptr<ApplyModule>>;
 
-/// What a walk has visited. It holds the modules: a visitor may be a listener of signals, who edits
-/// the graph or drops modules.
-class Visited {
- public:
-  /// The link is live and leads to a module of the walk.
-  bool contains(const LinkList& links, std::size_t place) const {
-    const AddressNumbers::Number number = numbers.find(links.address(place));
-    return number != AddressNumbers::kNone && links.isHeldBy(place, modules[number]);
-  }
-  /// The module, if it is new.
-  const std::shared_ptr<ApplyModule>* add(std::shared_ptr<ApplyModule> module) {
-    if (module == nullptr || !numbers.add(module.get()).second) {
-      return nullptr;
-    }
-    modules.push_back(std::move(module));
-    return &modules.back();
-  }
-
- private:
-  AddressNumbers numbers;
-  std::vector<std::shared_ptr<ApplyModule>> modules;
-};
-
 /// `linksOf`: const LinkList&(const ApplyModule&).
 template <typename LinksOf>
 bool walkNeighbours(const ApplyModule& origin, const LinksOf& linksOf,
                     const ApplyModule::ModuleVisitor& visitor) {
-  Visited visited;
+  AddressSet visited;
+  // A visitor may be a listener of signals, who edits the graph or drops modules.
+  std::vector<std::shared_ptr<ApplyModule>> held;
   Links stack;
   const ApplyModule* leading = &origin;
   while (true) {
-    const std::shared_ptr<ApplyModule>* module = nullptr;
+    std::shared_ptr<ApplyModule> module;
     if (leading != nullptr) {
-      const LinkList& links = linksOf(*leading);
-      leading = nullptr;
-      if (links.size() == 0) {
-        continue;
-      }
-      const std::size_t last = links.size() - 1;
-      for (std::size_t place = 0; place < last; ++place) {
-        if (!visited.contains(links, place)) {
+      const LinkList& links = linksOf(*std::exchange(leading, nullptr));
+      for (std::size_t place = 0; place + 1 < links.size(); ++place) {
+        if (!visited.contains(links.address(place))) {
           stack.push_back(links.links()[place]);
         }
       }
-      if (!visited.contains(links, last)) {
-        module = visited.add(links.links()[last].lock());
+      if (links.size() != 0) {
+        module = links.links().back().lock();
       }
     } else if (!stack.empty()) {
-      module = visited.add(stack.back().lock());
+      module = stack.back().lock();
       stack.pop_back();
     } else {
       return true;
     }
-    if (module != nullptr) {
-      leading = module->get();
-      if (!visitor(*module)) {
-        return false;
-      }
+    if (module == nullptr || !visited.insert(module.get())) {
+      continue;
     }
+    if (!visitor(module)) {
+      return false;
+    }
+    leading = module.get();
+    held.push_back(std::move(module));
   }
 }
 
 template <typename LinksOf>
 bool walkFromThis(const ApplyModule& origin, const LinksOf& linksOf,
                   const ApplyModule::ModuleRefVisitor& visitor) {
+  AddressSet visited;
   std::vector<const ApplyModule*> stack{&origin};
-  AddressNumbers visited;
   while (!stack.empty()) {
     const ApplyModule* module = stack.back();
     stack.pop_back();
-    if (!visited.add(module).second) {
+    if (!visited.insert(module)) {
       continue;
     }
     if (!visitor(*module)) {
@@ -110,17 +86,54 @@ bool walkFromThis(const ApplyModule& origin, const LinksOf& linksOf,
     }
     const LinkList& links = linksOf(*module);
     for (std::size_t place = 0; place < links.size(); ++place) {
-      if (links.isLive(place)) {
-        stack.push_back(links.address(place));
+      const ApplyModule* const neighbour = links.address(place);
+      if (!visited.contains(neighbour) && links.isLive(place)) {
+        stack.push_back(neighbour);
       }
     }
   }
   return true;
 }
 
+/// What is gathered when nothing has been gathered before.
+template <typename LinksOf>
+std::vector<std::shared_ptr<ApplyModule>> gathered(const ApplyModule& origin,
+                                                   const LinksOf& linksOf,
+                                                   const ApplyModule* stopModule) {
+  std::vector<std::shared_ptr<ApplyModule>> modules;
+  AddressSet addresses;
+  std::vector<const ApplyModule*> stack{&origin};
+  while (!stack.empty()) {
+    const LinkList& links = linksOf(*stack.back());
+    stack.pop_back();
+    for (std::size_t place = 0; place < links.size(); ++place) {
+      const ApplyModule* const address = links.address(place);
+      if (addresses.contains(address)) {
+        continue;
+      }
+      if (std::shared_ptr<ApplyModule> module = links.links()[place].lock()) {
+        addresses.insert(address);
+        modules.push_back(std::move(module));
+        if (address != stopModule) {
+          stack.push_back(address);
+        }
+      }
+    }
+  }
+  return modules;
+}
+
 template <typename LinksOf>
 void gather(const ApplyModule& origin, const LinksOf& linksOf, ModuleSet& modules,
             const std::shared_ptr<ApplyModule>& stopModule) {
+  if (modules.empty()) {
+    std::vector<std::shared_ptr<ApplyModule>> found = gathered(origin, linksOf, stopModule.get());
+    modules.reserve(found.size());
+    for (std::shared_ptr<ApplyModule>& module : found) {
+      modules.insert(std::move(module));
+    }
+    return;
+  }
   // The set holds what is on the stack.
   std::vector<const ApplyModule*> stack{&origin};
   while (!stack.empty()) {

@@ -249,10 +249,11 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   // By value: a host may name its rates as it likes.
   LegacyProgress::Speed::Rate speedRate = static_cast<LegacyProgress::Speed::Rate>(3);
   std::shared_ptr<ApplyCmdFactory> applyCmdFactory;
+  /// The edit that is taking entries out of one of the lists, or null. In front of them, since
+  /// whoever uses a list looks here first.
+  LinkDrain* linkDrain = nullptr;
   LinkList previousApplyModules;
   LinkList nextApplyModules;
-  /// The edit that is taking entries out of one of the lists, or null.
-  LinkDrain* linkDrain = nullptr;
   bool additionalModule = false;
   bool startOfSideChain = false;
   ApplyModuleInsertInfo insertInfo;

@@ -102,6 +102,34 @@ TEST_F(ByHandTest, ARunWithNothingToApplyIsOverAtOnce) {
   EXPECT_TRUE(manager->getWaitingJobs().empty());
 }
 
+TEST_F(ByHandTest, ARunCannotBeStartedByWhatItAsks) {
+  const auto update = design.update("A", "B");
+  design["A"].relevant.emplace(
+      std::function<bool()>([&] { return update->startExecution(manager); }));
+  EXPECT_THROW(update->startExecution(manager), std::logic_error);
+  design["A"].relevant = false;
+  EXPECT_TRUE(update->startExecution(manager));
+  EXPECT_TRUE(update->isSubCommandUnderWay());
+  manager->complete(1);
+  EXPECT_TRUE(update->continueExecution(manager));
+  EXPECT_EQ(design.log.take(), "A:apply S:auto");
+}
+
+// A stopped run announces its end from amid the choice of the next sub-command.
+TEST_F(ByHandTest, ARunCanBeStartedByWhoHearsOfAnEnd) {
+  ScriptedDesign idle("A -> B");
+  const auto update = idle.update("A", "B");
+  update->cancels = [](const std::string&) { return true; };
+  update->whenFinished = [&](bool success) {
+    if (!success) {
+      update->cancels = nullptr;
+      EXPECT_TRUE(update->startExecution(manager));
+    }
+  };
+  EXPECT_TRUE(update->startExecution(manager));
+  EXPECT_EQ(idle.log.take(), "finish(false) finish(true) finish(true)");
+}
+
 TEST_F(ByHandTest, AFailureThatWasHandledEndsTheRunInOrder) {
   design["B"].apply.script->whenExecuted = [](ApplyUpdateInfo&) {
     throw std::runtime_error("no room");
