@@ -119,6 +119,7 @@ void ApplyGraph::restoreApplyGraph(std::shared_ptr<const Object> root,
     if (module == nullptr) {
       continue;
     }
+    module->settleLinks();
     replaceLinks(module->previousApplyModules, *root, record.previousPaths);
     replaceLinks(module->nextApplyModules, *root, record.nextPaths);
     LinkEdits::add();

@@ -507,6 +507,27 @@ TEST_F(GraphStoreTest, RestoresSilently) {
   }
 }
 
+// By a hook, which should edit no links, in the middle of an edit that takes many entries out.
+TEST_F(GraphStoreTest, RestoresAModuleWhoseLinksAreBeingTakenOut) {
+  std::string graphText;
+  for (int i = 10; i < 40; ++i) {
+    graphText += "A -> N" + std::to_string(i) + "; ";
+  }
+  given(graphText);
+  int calls = 0;
+  design.graph.as<TestModule>("A")->whenGraphChanges = [&](TestModule& /*module*/) {
+    if (++calls == 20) {
+      restore("/A: | /N38 /N39");
+    }
+  };
+  ApplyGraph::remove(m("A"));
+  EXPECT_EQ(calls, 22) << "twenty entries were gone, and two were left by the record";
+  EXPECT_TRUE(m("A")->getNextApplyModules().empty());
+  for (const auto& member : design.graph) {
+    EXPECT_TRUE(member.module->getPreviousApplyModules().empty()) << member.name;
+  }
+}
+
 TEST_F(GraphStoreTest, LeavesStateAndInsertInfoAlone) {
   given(
       "A[active,inconsistent,badinput,frozen,skipped,additional,transfer]; "
