@@ -82,6 +82,13 @@ class LinksCopy {
   Links many;
 };
 
+/// Keeps a module no longer than another owner does.
+void dropIfLastOwner(ModulePtr& module) {
+  if (module.use_count() == 1) {
+    module.reset();
+  }
+}
+
 }  // namespace
 
 const LinkList& ApplyGraph::getNextLinks(const ApplyModule& module) {
@@ -347,6 +354,13 @@ void ApplyGraph::takeOut(const ModulePtr& start, const ModulePtr& end, bool hand
   if (start == nullptr || end == nullptr) {
     return;
   }
+  const LinkList& previousLinks = getPreviousLinks(*start);
+  const LinkList& nextLinks = getNextLinks(*end);
+  if (previousLinks.size() == 1 && nextLinks.size() == 1 &&
+      previousLinks.address(0) != nextLinks.address(0)) {
+    takeOutOfChain(start, end, handOnStartFlag);
+    return;
+  }
   const LinksCopy previousModules(start->getPreviousApplyModules());
   const LinksCopy nextModules(end->getNextApplyModules());
   {
@@ -373,6 +387,36 @@ void ApplyGraph::takeOut(const ModulePtr& start, const ModulePtr& end, bool hand
         next->addPreviousApplyModule(previous, previousOfNext);
       });
     });
+  }
+  start->setStartOfSideChain(false);
+}
+
+/// takeOut() between one module and another. To hold both costs less than to lock the links to them
+/// again and again. Yet what a hook drops is gone after the hook, as if links alone led there.
+void ApplyGraph::takeOutOfChain(const ModulePtr& start, const ModulePtr& end,
+                                bool handOnStartFlag) {
+  ModulePtr previous = getPreviousLinks(*start).links().front().lock();
+  ModulePtr next = getNextLinks(*end).links().front().lock();
+  if (previous != nullptr) {
+    previous->removeNextApplyModule(start);
+    dropIfLastOwner(next);
+    start->removePreviousApplyModule(previous);
+    dropIfLastOwner(next);
+    previous->addNextApplyModule(next);
+    dropIfLastOwner(next);
+    dropIfLastOwner(previous);
+    // It may have owned the next one.
+    dropIfLastOwner(next);
+  }
+  if (next != nullptr) {
+    next->removePreviousApplyModule(end);
+    dropIfLastOwner(previous);
+    end->removeNextApplyModule(next);
+    dropIfLastOwner(previous);
+    if (handOnStartFlag && start->isStartOfSideChain()) {
+      next->setStartOfSideChain(true);
+    }
+    next->addPreviousApplyModule(previous);
   }
   start->setStartOfSideChain(false);
 }

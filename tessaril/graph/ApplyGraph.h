@@ -252,6 +252,8 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
                           const std::shared_ptr<ApplyModule>& anchor);
   static void takeOut(const std::shared_ptr<ApplyModule>& start,
                       const std::shared_ptr<ApplyModule>& end, bool handOnStartFlag);
+  static void takeOutOfChain(const std::shared_ptr<ApplyModule>& start,
+                             const std::shared_ptr<ApplyModule>& end, bool handOnStartFlag);
   static void linkBetween(const std::shared_ptr<ApplyModule>& start,
                           const std::shared_ptr<ApplyModule>& end,
                           const std::shared_ptr<ApplyModule>& previous,

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tessaril/graph/ApplyGraph.h"
@@ -137,6 +138,97 @@ TEST_F(LinkSearchTest, APointerWithoutOwnerFindsTheModuleOfAnEntry) {
   EXPECT_FALSE(hub->hasNextApplyModule(borrowed));
   PrivateLinks::addNext(*hub, a);
   EXPECT_TRUE(hub->hasNextApplyModule(borrowed));
+}
+
+// Of a module between two others, as in a chain, which are dropped by hooks while it is removed.
+class RemovalFromAChainTest : public testing::Test {
+ protected:
+  RemovalFromAChainTest() {
+    ApplyGraph::insert(middle, previous, next, false);
+    ApplyGraph::insert(before, nullptr, previous, false);
+  }
+
+  std::shared_ptr<TestModule> before = std::make_shared<TestModule>("before");
+  std::shared_ptr<TestModule> previous = std::make_shared<TestModule>("previous");
+  std::shared_ptr<TestModule> middle = std::make_shared<TestModule>("middle");
+  std::shared_ptr<TestModule> next = std::make_shared<TestModule>("next");
+};
+
+TEST_F(RemovalFromAChainTest, LeavesOutANextModuleThatAHookDrops) {
+  const std::weak_ptr<TestModule> dropped = next;
+  bool wasGoneAtTheNextHook = false;
+  previous->whenGraphChanges = [&](TestModule& /*module*/) { next.reset(); };
+  middle->whenGraphChanges = [&](TestModule& /*module*/) {
+    wasGoneAtTheNextHook = dropped.expired();
+  };
+  ApplyGraph::remove(middle);
+  EXPECT_TRUE(wasGoneAtTheNextHook);
+  EXPECT_TRUE(previous->getNextApplyModules().empty());
+  EXPECT_TRUE(middle->getPreviousApplyModules().empty());
+  // What had gone by then is left where it was.
+  EXPECT_EQ(middle->getNextApplyModules().size(), 1U);
+}
+
+TEST_F(RemovalFromAChainTest, LeavesOutANextModuleThatIsDroppedOnceItIsLinked) {
+  const std::weak_ptr<TestModule> dropped = next;
+  previous->whenGraphChanges = [&](TestModule& module) {
+    if (module.hasNextApplyModule(next)) {
+      next.reset();
+    }
+  };
+  ApplyGraph::remove(middle);
+  EXPECT_TRUE(dropped.expired());
+  EXPECT_EQ(previous->getNextApplyModules().size(), 1U);
+  EXPECT_EQ(middle->getNextApplyModules().size(), 1U);
+}
+
+TEST_F(RemovalFromAChainTest, LeavesOutAPreviousModuleThatAHookOfTheNextOneDrops) {
+  const std::weak_ptr<TestModule> dropped = previous;
+  bool wasGoneAtTheNextHook = false;
+  next->whenGraphChanges = [&](TestModule& /*module*/) { previous.reset(); };
+  middle->whenGraphChanges = [&](TestModule& /*module*/) {
+    wasGoneAtTheNextHook = dropped.expired();
+  };
+  ApplyGraph::remove(middle);
+  EXPECT_TRUE(wasGoneAtTheNextHook);
+  EXPECT_TRUE(next->getPreviousApplyModules().empty());
+  EXPECT_EQ(next->graphChanges, 2) << "linked once, taken out once";
+}
+
+TEST_F(RemovalFromAChainTest, EndsWithAPreviousModuleThatDropsItself) {
+  const std::weak_ptr<TestModule> dropped = previous;
+  int calls = 0;
+  previous->whenGraphChanges = [&](TestModule& /*module*/) {
+    previous.reset();
+    ++calls;
+  };
+  ApplyGraph::remove(middle);
+  EXPECT_EQ(calls, 2) << "it is held until it has been linked";
+  EXPECT_TRUE(dropped.expired());
+  EXPECT_TRUE(next->getPreviousApplyModules().empty());
+  EXPECT_TRUE(middle->getNextApplyModules().empty());
+}
+
+TEST_F(RemovalFromAChainTest, LeavesOutANextModuleThatGoesWithThePreviousOne) {
+  const std::weak_ptr<TestModule> dropped = next;
+  previous->whenGraphChanges = [&, owned = std::exchange(next, nullptr)](TestModule& /*module*/) {
+    previous.reset();
+  };
+  ApplyGraph::remove(middle);
+  EXPECT_TRUE(dropped.expired());
+  EXPECT_EQ(middle->getNextApplyModules().size(), 1U);
+}
+
+TEST_F(RemovalFromAChainTest, EndsWithAModuleOnBothSidesThatDropsItself) {
+  ApplyGraph::insert(previous, middle, nullptr, false);
+  PrivateLinks::removeNext(*middle, next);
+  ASSERT_EQ(middle->getNextApplyModule(), previous);
+  const std::weak_ptr<TestModule> dropped = previous;
+  previous->whenGraphChanges = [&](TestModule& /*module*/) { previous.reset(); };
+  ApplyGraph::remove(middle);
+  EXPECT_TRUE(dropped.expired());
+  EXPECT_TRUE(middle->getPreviousApplyModules().empty());
+  EXPECT_EQ(middle->getNextApplyModules().size(), 1U);
 }
 
 // So many that duplicates are no longer looked up one by one.
