@@ -313,11 +313,12 @@ void Paired::boundGrowth(const std::string& work, std::size_t from, std::size_t 
                          "}");
 }
 
-void Paired::note(const std::string& what, double value, const std::string& unit,
-                  std::optional<double> atMost) {
-  std::fprintf(stderr, "%s: %s %s\n", what.c_str(), number(value).c_str(), unit.c_str());
-  figures.push_back("{\"what\": " + quoted(what) + ", \"value\": " + number(value) +
-                    ", \"unit\": " + quoted(unit) +
+void Paired::note(const std::string& what, const std::string& shape, double value,
+                  const std::string& unit, std::optional<double> atMost) {
+  std::fprintf(stderr, "%s/%s: %s %s\n", what.c_str(), shape.c_str(), number(value).c_str(),
+               unit.c_str());
+  figures.push_back("{\"what\": " + quoted(what) + ", \"shape\": " + quoted(shape) +
+                    ", \"value\": " + number(value) + ", \"unit\": " + quoted(unit) +
                     (atMost ? ", \"at_most\": " + number(*atMost) : "") + "}");
 }
 

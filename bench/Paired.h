@@ -84,9 +84,10 @@ class Paired {
   /// On every shape, the library's time a unit at size `to` is at most `atMost` times that at
   /// `from`. Judged by bench/table, at the largest size that was measured.
   void boundGrowth(const std::string& work, std::size_t from, std::size_t to, double atMost);
-  /// A figure that is no time, for the table: `what` comes to so many `unit`.
-  void note(const std::string& what, double value, const std::string& unit,
-            std::optional<double> atMost = {});
+  /// A figure that is no time, for the table: `what` comes to so many `unit` on that shape, which
+  /// may be empty.
+  void note(const std::string& what, const std::string& shape, double value,
+            const std::string& unit, std::optional<double> atMost = {});
   /// Notes a peer that could not be built, so that the table names it.
   void missing(const std::string& peer);
 

@@ -55,41 +55,41 @@ void countModulesAndLinks(Paired& paired) {
   }
   const HeapUse hung = heapUse();
 
-  paired.note("a module without links", perModule(made.bytes - before.bytes), "bytes");
-  paired.note("a module without links", perModule(made.blocks - before.blocks), "blocks");
-  paired.note("a link of a chain, both ends", perModule(linked.bytes - made.bytes, kModules - 1),
+  paired.note("a module without links", "", perModule(made.bytes - before.bytes), "bytes");
+  paired.note("a module without links", "", perModule(made.blocks - before.blocks), "blocks");
+  paired.note("a link, both ends", "chain", perModule(linked.bytes - made.bytes, kModules - 1),
               "bytes");
-  paired.note("a link of a hub with 10,000, both ends", perModule(hung.bytes - apart.bytes),
-              "bytes");
+  paired.note("a link, both ends", "hub of 10,000", perModule(hung.bytes - apart.bytes), "bytes");
 }
 
 template <typename Update>
 void countRun(Paired& paired, const std::string& engine, const UpdateDesign& design,
-              const std::string& which) {
+              const std::string& which, const std::string& shape) {
   const auto update = design.makeUpdate<Update>();
   const HeapUse before = heapUse();
   startPeak();
   update->execute();
   const HeapUse after = heapUse();
-  const std::string what = " a module, " + which + ", " + engine;
-  paired.note("at most while it runs," + what, perModule(peakBytes() - before.bytes), "bytes");
-  paired.note("kept by the update until its next run," + what,
-              perModule(after.bytes - before.bytes), "bytes");
-  paired.note("taken in the course of a run," + what, perModule(after.taken - before.taken),
+  const std::string what = ", a module, " + which + ", " + engine;
+  paired.note("at most while it runs" + what, shape, perModule(peakBytes() - before.bytes),
+              "bytes");
+  paired.note("kept by the update" + what, shape, perModule(after.bytes - before.bytes), "bytes");
+  paired.note("taken in the course of a run" + what, shape, perModule(after.taken - before.taken),
               "blocks");
 }
 
 void countRuns(Paired& paired, const Shape& shape) {
   const UpdateDesign idle(shape, Applied::Nothing, Others::WithoutCommand);
-  countRun<Library>(paired, "library", idle, "nothing to do, " + shape.name);
-  countRun<LiteralEngine>(paired, "literal", idle, "nothing to do, " + shape.name);
+  countRun<Library>(paired, "library", idle, "nothing to do", shape.name);
+  countRun<LiteralEngine>(paired, "literal", idle, "nothing to do", shape.name);
   const UpdateDesign busy(shape, Applied::First, Others::AutoApplied);
-  countRun<Library>(paired, "library", busy, "auto-applied, " + shape.name);
-  countRun<LiteralEngine>(paired, "literal", busy, "auto-applied, " + shape.name);
+  countRun<Library>(paired, "library", busy, "auto-applied", shape.name);
+  countRun<LiteralEngine>(paired, "literal", busy, "auto-applied", shape.name);
 }
 
 /// What is live after ten runs and after a thousand more.
-void expectNoGrowth(Paired& paired, const std::string& what, const std::function<void()>& run) {
+void expectNoGrowth(Paired& paired, const std::string& what, const std::string& shape,
+                    const std::function<void()>& run) {
   const auto repeat = [&run](int times) {
     for (int i = 0; i < times; ++i) {
       run();
@@ -99,7 +99,7 @@ void expectNoGrowth(Paired& paired, const std::string& what, const std::function
   const HeapUse before = repeat(10);
   const HeapUse after = repeat(1'000);
   const double growth = static_cast<double>(after.bytes) - static_cast<double>(before.bytes);
-  paired.note("more after a thousand times: " + what, growth, "bytes", 0);
+  paired.note("more after a thousand times: " + what, shape, growth, "bytes", 0);
   if (growth > 0 || after.blocks > before.blocks) {
     ++grown;
   }
@@ -107,15 +107,14 @@ void expectNoGrowth(Paired& paired, const std::string& what, const std::function
 
 void expectNoGrowth(Paired& paired, const Shape& shape) {
   const UpdateDesign design(shape, Applied::First, Others::AutoApplied);
-  expectNoGrowth(paired, "a new update, " + shape.name, [&] { design.run<Library>(); });
+  expectNoGrowth(paired, "a new update", shape.name, [&] { design.run<Library>(); });
   const auto update = design.makeUpdate<Library>();
-  expectNoGrowth(paired, "one update, executed and undone, " + shape.name, [&] {
+  expectNoGrowth(paired, "one update, executed and undone", shape.name, [&] {
     update->execute();
     design.undo(*update);
   });
   const UpdateDesign applied(shape, Applied::All, Others::AutoApplied);
-  expectNoGrowth(paired, "a new update, all applied, " + shape.name,
-                 [&] { applied.run<Library>(); });
+  expectNoGrowth(paired, "a new update, all applied", shape.name, [&] { applied.run<Library>(); });
 }
 
 }  // namespace

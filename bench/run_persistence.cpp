@@ -125,7 +125,7 @@ void measureFiles(Paired& paired, const std::string& tree, const DesignTree& des
   constexpr std::size_t kNoted = 10'000;
   const auto noteSize = [&](const std::string& whose, const std::string& bytes) {
     if (size == kNoted && paired.wants(save.work, tree, size)) {
-      paired.note("saved, a module, " + tree + ", " + whose,
+      paired.note("saved, a module, " + whose, tree,
                   static_cast<double>(bytes.size()) / static_cast<double>(size), "bytes");
     }
   };
