@@ -1,7 +1,5 @@
 #include "tessaril/graph/ApplyGraph.h"
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <fstream>
 #include <ostream>
@@ -57,30 +55,15 @@ ModulePtr onlyParent(const ApplyModule& first) {
   return previous.size() == 1 ? previous.front().lock() : nullptr;
 }
 
-/// A list as it was when an edit began. Of a few entries, which is what most modules have, it is
-/// made without an allocation.
-class LinksCopy {
- public:
-  explicit LinksCopy(const Links& links) : count(links.size()) {
-    if (isShort()) {
-      std::copy(links.begin(), links.end(), few.begin());
-    } else {
-      many = links;
-    }
+/// A sub-graph with these links stands in a chain: it has at most one neighbour on each side, and
+/// not one that shares its owner with the other.
+bool standsInChain(const Links& previous, const Links& next) {
+  if (previous.size() > 1 || next.size() > 1) {
+    return false;
   }
-
-  std::size_t size() const { return count; }
-  const std::weak_ptr<ApplyModule>& operator[](std::size_t place) const {
-    return isShort() ? few[place] : many[place];
-  }
-
- private:
-  bool isShort() const { return count <= few.size(); }
-
-  std::size_t count;
-  std::array<std::weak_ptr<ApplyModule>, 2> few;
-  Links many;
-};
+  return previous.empty() || next.empty() || previous.front().owner_before(next.front()) ||
+         next.front().owner_before(previous.front());
+}
 
 /// Keeps a module no longer than another owner does.
 void dropIfLastOwner(ModulePtr& module) {
@@ -354,15 +337,12 @@ void ApplyGraph::takeOut(const ModulePtr& start, const ModulePtr& end, bool hand
   if (start == nullptr || end == nullptr) {
     return;
   }
-  const LinkList& previousLinks = getPreviousLinks(*start);
-  const LinkList& nextLinks = getNextLinks(*end);
-  if (previousLinks.size() == 1 && nextLinks.size() == 1 &&
-      previousLinks.address(0) != nextLinks.address(0)) {
+  if (standsInChain(start->getPreviousApplyModules(), end->getNextApplyModules())) {
     takeOutOfChain(start, end, handOnStartFlag);
     return;
   }
-  const LinksCopy previousModules(start->getPreviousApplyModules());
-  const LinksCopy nextModules(end->getNextApplyModules());
+  const Links previousModules = start->getPreviousApplyModules();
+  const Links nextModules = end->getNextApplyModules();
   {
     const LinkDrain drain(start->linkDrain, start->previousApplyModules);
     forEachLive(previousModules, [&](const ModulePtr& previous) {
@@ -391,12 +371,13 @@ void ApplyGraph::takeOut(const ModulePtr& start, const ModulePtr& end, bool hand
   start->setStartOfSideChain(false);
 }
 
-/// takeOut() between one module and another. To hold both costs less than to lock the links to them
-/// again and again. Yet what a hook drops is gone after the hook, as if links alone led there.
+/// takeOut() with a neighbour on each side, or none. To hold both costs less than to lock the links
+/// to them again and again. Yet what a hook drops is gone after the hook, as if links alone led
+/// there.
 void ApplyGraph::takeOutOfChain(const ModulePtr& start, const ModulePtr& end,
                                 bool handOnStartFlag) {
-  ModulePtr previous = getPreviousLinks(*start).links().front().lock();
-  ModulePtr next = getNextLinks(*end).links().front().lock();
+  ModulePtr previous = start->getPreviousApplyModule();
+  ModulePtr next = end->getNextApplyModule();
   if (previous != nullptr) {
     previous->removeNextApplyModule(start);
     dropIfLastOwner(next);
@@ -531,7 +512,7 @@ void ApplyGraph::insertSubGraphAccordingToInsertMode(ModulePtr start, ModulePtr 
 
 void ApplyGraph::takeOverSuccessorsInChain(const ModulePtr& end, const ModulePtr& previous) {
   const Identifier chainId = previous->getChainId();
-  const LinksCopy successors(previous->getNextApplyModules());
+  const Links successors = previous->getNextApplyModules();
   const LinkDrain drain(previous->linkDrain, previous->nextApplyModules);
   KnownLinks nextOfEnd;
   forEachLive(successors, [&](const ModulePtr& successor) {

@@ -231,6 +231,19 @@ TEST_F(RemovalFromAChainTest, EndsWithAModuleOnBothSidesThatDropsItself) {
   EXPECT_EQ(middle->getNextApplyModules().size(), 1U);
 }
 
+TEST_F(RemovalFromAChainTest, LeavesOutAModuleWhoseOwnerIsThatOfTheOtherOneToo) {
+  auto assembly = std::make_shared<Assembly>();
+  const std::weak_ptr<Assembly> dropped = assembly;
+  const auto added = std::make_shared<TestModule>("added");
+  ApplyGraph::insert(added, ModulePtr(assembly, &assembly->first),
+                     ModulePtr(assembly, &assembly->second), false);
+  assembly->first.whenGraphChanges = [&](TestModule& /*module*/) { assembly.reset(); };
+  ApplyGraph::remove(added);
+  EXPECT_TRUE(dropped.expired());
+  EXPECT_TRUE(added->getPreviousApplyModules().empty());
+  EXPECT_EQ(added->getNextApplyModules().size(), 1U);
+}
+
 // So many that duplicates are no longer looked up one by one.
 class ManyLinksTest : public LinkSearchTest {
  protected:
