@@ -206,9 +206,6 @@ bool UpdateApplyModulesCmd::executeNextCommand(
 }
 
 void UpdateApplyModulesCmd::finishExecution(bool success) {
-  // Nothing is asked of the order any more, also where the choice itself stopped the run: whoever
-  // hears of the end may start the next run.
-  isChoosing = false;
   order->rest();
   getProgressPtr()->finish();
   if (applyCache != nullptr) {
@@ -230,6 +227,12 @@ void UpdateApplyModulesCmd::stopApply(bool restoreQueues) {
   }
   currentCommand = updateAndGetNextApplyCommand();
   finishExecution(false);
+}
+
+// Nothing is asked of the order any more then: whoever hears of the end may start the next run.
+void UpdateApplyModulesCmd::stopWhileChoosing(bool restoreQueues) {
+  isChoosing = false;
+  stopApply(restoreQueues);
 }
 
 bool UpdateApplyModulesCmd::isRunning() const { return !getProgressPtr()->isStopRequested(); }
@@ -303,7 +306,7 @@ UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::updateAndGetNextApplyCo
   const WhileTrue choosing(isChoosing);
   if (lastExecutedModule != nullptr && !endReached &&
       shouldApplyChainBeCanceled(lastExecutedModule)) {
-    stopApply(false);
+    stopWhileChoosing(false);
     return nullptr;
   }
   while (const auto number = order->takeNext()) {
@@ -313,7 +316,7 @@ UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::updateAndGetNextApplyCo
     }
     if (!applyStarted && !endReached && shouldApplyChainBeCanceled(order->module(*number))) {
       lastExecutedModule = order->module(*number);
-      stopApply(false);
+      stopWhileChoosing(false);
       return nullptr;
     }
     passOver(*number);
@@ -352,7 +355,7 @@ UpdateApplyModulesCmd::CommandPtr UpdateApplyModulesCmd::issueApplyCommand(Numbe
   const ModulePtr module = order->module(number);
   if (isApplySuppressed(module)) {
     lastExecutedModule = module;
-    stopApply(true);
+    stopWhileChoosing(true);
     return nullptr;
   }
   CommandPtr command = module->createApplyCommand(object.lock());

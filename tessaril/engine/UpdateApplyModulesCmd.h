@@ -137,6 +137,7 @@ class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand 
   // Lifecycle and progress
   bool executeNextCommand(const std::shared_ptr<ThreadManager>& threadManager);
   void finishExecution(bool success);
+  void stopWhileChoosing(bool restoreQueues);
   void connectProgress(LegacyProgress* subProgress, Number number);
 
   // Auto apply and global messages

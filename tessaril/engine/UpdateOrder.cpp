@@ -14,8 +14,8 @@ UpdateOrder::UpdateOrder()
 
 UpdateOrder::~UpdateOrder() = default;
 
-// What the run before has visited lives until the ways back from the end are known: a module that
-// nobody else holds any more is still found there.
+// The range of the run before and what it has visited live until the ways back from the end are
+// known: a module of them that nobody else holds any more is still found there.
 void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
   keepSavedQueue();
   std::vector<ModulePtr> queued = modulesOf(edits ? moduleQueue.modules() : restingQueue);
@@ -52,6 +52,11 @@ void UpdateOrder::forget() {
   }
   editsSeen = edits->count();
   restingQueue.clear();
+  for (Number number = 0; number < nodes.size(); ++number) {
+    if (!nodes[number].isVisited && !nodes[number].isInRange) {
+      modules.letGo(number);
+    }
+  }
   nodes.clear();
   lists.clear();
   next.neighbours.clear();

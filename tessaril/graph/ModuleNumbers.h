@@ -37,6 +37,9 @@ class ModuleNumbers {
     }
   }
 
+  /// For modules that are not needed any more, soon before the numbers are cleared.
+  void letGo(Number number) { held[number].reset(); }
+
   /// kNone for a module that has no number.
   Number find(const ApplyModule* module) const {
     const Number number = numbers.find(module);

@@ -13,9 +13,8 @@
 //
 // 1. Find the modules that the traversal belongs to, number them, and hold them. The links along
 //    which the traversal goes are followed once, and kept as numbers.
-// 2. Take the first entry of the queue whose module is ready (see OrderedQueue), call back, mark
-// the
-//    module visited and append its neighbours.
+// 2. Take the first entry of the queue whose module is ready (see OrderedQueue), call back, mark it
+//    visited and append its neighbours.
 
 namespace Tessaril {
 namespace {

@@ -67,6 +67,9 @@ class LinkList {
   }
 
   void erase(std::size_t begin, std::size_t end) {
+    if (begin == end) {
+      return;
+    }
     ApplyModule** const old = addresses();
     std::copy(old + end, old + size(), old + begin);
     const auto at = [this](std::size_t place) {
