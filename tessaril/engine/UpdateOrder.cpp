@@ -23,15 +23,20 @@ void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
   const std::vector<ModulePtr> saved = modulesOf(savedModuleQueue);
   forget();
 
-  const Number endNumber = numberOf(end, As::Held);
-  const Number startNumber = numberOf(start, As::Held);
-  nodes[endNumber].isOnTheWay = true;
+  rangeEdition = edition;
+  endNumber = numberOf(end, As::Held);
+  startNumber = numberOf(start, As::Held);
   gather(endNumber, startNumber, previous, As::Held,
-         [this](Number met) { return !std::exchange(nodes[met].isOnTheWay, true); });
+         [this](Number met) { return ++nodes[met].metBackwards == 1; });
   modulesBefore.clear();
-  nodes[startNumber].isInRange = true;
   gather(startNumber, endNumber, next, As::Held,
-         [this](Number met) { return !std::exchange(nodes[met].isInRange, true); });
+         [this](Number met) { return ++nodes[met].metForwards == 1; });
+  for (Node& node : nodes) {
+    node.isOnTheWay = node.metBackwards != 0;
+    node.isInRange = node.metForwards != 0;
+  }
+  nodes[endNumber].isOnTheWay = true;
+  nodes[startNumber].isInRange = true;
 
   savedModuleQueue.clear();
   for (const ModulePtr& module : saved) {
@@ -108,6 +113,9 @@ UpdateOrder::Number UpdateOrder::numberOf(const ModulePtr& module, As how) {
 }
 
 void UpdateOrder::makeNodes() {
+  if (nodes.size() == modules.size()) {
+    return;
+  }
   nodes.resize(modules.size());
   lists.resize(modules.size());
 }
@@ -409,22 +417,19 @@ bool UpdateOrder::leadsOnlyOn(std::size_t place) {
   const Number following = range.order[place + 1];
   const List onward = read(next, number);
   const List back = read(previous, following);
+  const Node& node = nodes[number];
+  const std::uint32_t metForwards = range.isWhole ? node.metForwards : range.metForwards[number];
+  const std::uint32_t metBackwards = range.isWhole ? node.metBackwards : range.metBackwards[number];
   return number != range.end && following != range.end && onward.size() == 1 &&
          next.neighbours[onward.begin] == following && back.size() == 1 &&
-         previous.neighbours[back.begin] == number &&
-         range.metForwards[number] == (place == 0 ? 0 : 1) && range.metBackwards[number] == 1;
+         previous.neighbours[back.begin] == number && metForwards == (place == 0 ? 0 : 1) &&
+         metBackwards == 1;
 }
 
-void UpdateOrder::makeRangeOrder(Number from, Number end) {
+void UpdateOrder::gatherRange(Number from, Number end) {
   range.metForwards.clear();
   range.metBackwards.clear();
   range.scope.clear();
-  range.visited.clear();
-  range.queue.clear();
-  range.order.clear();
-  range.begin = 0;
-  range.end = end;
-
   gather(from, end, next, As::Known, [this](Number met) {
     range.scope.insert(met);
     return range.metForwards.add(met);
@@ -432,13 +437,29 @@ void UpdateOrder::makeRangeOrder(Number from, Number end) {
   range.scope.insert(from);
   gather(end, from, previous, As::Known,
          [this](Number met) { return range.metBackwards.add(met); });
+}
 
+void UpdateOrder::makeRangeOrder(Number from, Number end) {
+  range.visited.clear();
+  range.queue.clear();
+  range.order.clear();
+  range.begin = 0;
+  range.end = end;
+  range.isWhole = from == startNumber && end == endNumber && edition == rangeEdition;
+  if (!range.isWhole) {
+    gatherRange(from, end);
+  }
   const auto search = [this](Number number, std::uint32_t& searched) {
-    return findBefore(number, searched, [this](const Node& /*node*/, Number neighbour) {
-      return range.scope.contains(neighbour) && !range.visited.contains(neighbour);
+    return findBefore(number, searched, [this](const Node& node, Number neighbour) {
+      return (range.isWhole ? node.isInRange : range.scope.contains(neighbour)) &&
+             !range.visited.contains(neighbour);
     });
   };
   const auto isVisitedHere = [this](Number number) { return range.visited.contains(number); };
+  const auto leadsToEnd = [this](Number number) {
+    return number == range.end ||
+           (range.isWhole ? nodes[number].isOnTheWay : range.metBackwards[number] != 0);
+  };
   range.queue.push(from, false, search);
   while (const auto taken = range.queue.take(isVisitedHere)) {
     range.order.push_back(taken->module);
@@ -447,7 +468,7 @@ void UpdateOrder::makeRangeOrder(Number from, Number end) {
     const List list = read(next, taken->module);
     for (std::uint32_t i = list.begin; i != list.end; ++i) {
       const Number following = next.neighbours[i];
-      if (following == end || range.metBackwards[following] != 0) {
+      if (leadsToEnd(following) && !range.visited.contains(following)) {
         range.queue.push(following, false, search);
       }
     }

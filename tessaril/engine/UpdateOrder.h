@@ -119,6 +119,9 @@ class UpdateOrder {
     /// The start or one of its followers as far as the end.
     bool isInRange = false;
     bool isVisited = false;
+    /// How many links lead here when the range is gathered.
+    std::uint32_t metForwards = 0;
+    std::uint32_t metBackwards = 0;
   };
   /// The links in one direction, as far as they have been read.
   struct Side {
@@ -182,6 +185,7 @@ class UpdateOrder {
 
   void findRangeOrder(Number from, Number end);
   bool leadsOnlyOn(std::size_t place);
+  void gatherRange(Number from, Number end);
   void makeRangeOrder(Number from, Number end);
 
   ModuleNumbers modules;
@@ -194,6 +198,10 @@ class UpdateOrder {
   std::uint64_t editsSeen = 0;
   /// Lists of another edition have to be read anew.
   std::uint32_t edition = 1;
+  /// The range of the run, and the edition of the lists that it was gathered from.
+  Number startNumber = kNone;
+  Number endNumber = kNone;
+  std::uint32_t rangeEdition = 0;
   Side next;
   Side previous;
   std::vector<Number> stack;
@@ -223,7 +231,10 @@ class UpdateOrder {
     Counts metBackwards;
     NumberSet scope;
     NumberSet visited;
-    OrderedQueue queue;
+    OrderedQueue queue{OrderedQueue::Repeats::LeftOut};
+    /// That of the run, as it was gathered when the run began; what was met then stands in the
+    /// nodes.
+    bool isWhole = false;
   };
   Range range;
 };

@@ -29,6 +29,16 @@ class OrderedQueue {
   using Number = ReadyOrder::Number;
   static constexpr Number kNone = 0xFFFF'FFFF;
 
+  /// What happens to a module that is pushed while it stands before in the queue and is ready.
+  enum class Repeats {
+    Kept,
+    /// For a queue whose modules are visited as soon as they are taken: the entry before is taken
+    /// first, and this one would be dropped.
+    LeftOut
+  };
+
+  explicit OrderedQueue(Repeats whatOfRepeats = Repeats::Kept) : repeats(whatOfRepeats) {}
+
   /// At most so many pushes of so many modules are to come. Room is made for them when it is
   /// needed.
   void expect(std::size_t pushes, std::size_t modules) {
@@ -45,6 +55,9 @@ class OrderedQueue {
         hasOnly = true;
         return;
       }
+    }
+    if (repeats == Repeats::LeftOut && isReady(module)) {
+      return;
     }
     joinOthers();
     if (expectedPushes != 0) {
@@ -129,6 +142,11 @@ class OrderedQueue {
     return nodes[module];
   }
 
+  bool isReady(Number module) const {
+    return (hasOnly && only.module == module) ||
+           (module < nodes.size() && nodes[module].state == State::Candidate);
+  }
+
   void reserve() {
     order.reserve(std::exchange(expectedPushes, 0), expectedModules);
     nodes.reserve(expectedModules);
@@ -162,6 +180,7 @@ class OrderedQueue {
     return false;
   }
 
+  Repeats repeats;
   /// In place of an entry in the order, which is empty then.
   ReadyOrder::Taken only{};
   bool hasOnly = false;

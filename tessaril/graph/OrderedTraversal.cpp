@@ -158,12 +158,12 @@ class Traversal {
       if (found == kNone) {
         continue;
       }
-      nodes.resize(numbers.size());
       if (keepsLinks) {
         onwardNumbers.push_back(found);
       }
       use(found);
     }
+    nodes.resize(numbers.size());
     if (keepsLinks) {
       nodes[number].onwardBegin = begin;
       nodes[number].onwardEnd = onwardNumbers.size();
@@ -198,7 +198,7 @@ class Traversal {
   std::vector<Node> nodes;
   /// The neighbours onwards of the modules whose links were followed, one module after the other.
   std::vector<Number> onwardNumbers;
-  OrderedQueue queue;
+  OrderedQueue queue{OrderedQueue::Repeats::LeftOut};
   Number lastVisited = kNone;
   Number first;
   Number last = kNone;
