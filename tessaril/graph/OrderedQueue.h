@@ -20,7 +20,7 @@ namespace Tessaril {
 /// `searched` of the module's neighbours on that the module has to wait for, with `searched` left
 /// at its place; kNone when there is none, or when the module itself is visited.
 ///
-/// A module that nobody else waits beside needs no place in an order: it is kept on its own.
+/// While nothing in the queue has to wait it is a plain queue, which needs no order.
 ///
 /// Whatever else changes the answers of a search than a module that becomes visited, a module that
 /// becomes unvisited or an edited link: the queue has to be filled anew.
@@ -48,18 +48,17 @@ class OrderedQueue {
 
   template <typename Search>
   void push(Number module, bool flag, const Search& search) {
-    if (!hasOnly && order.isEmpty()) {
+    if (order.isEmpty()) {
       std::uint32_t searched = 0;
       if (search(module, searched) == kNone) {
-        only = {module, flag};
-        hasOnly = true;
+        plain.push_back({module, flag});
         return;
       }
     }
     if (repeats == Repeats::LeftOut && isReady(module)) {
       return;
     }
-    joinOthers();
+    putInOrder();
     if (expectedPushes != 0) {
       reserve();
     }
@@ -71,10 +70,13 @@ class OrderedQueue {
 
   template <typename IsVisited>
   std::optional<ReadyOrder::Taken> take(const IsVisited& isVisited) {
-    if (!std::exchange(hasOnly, false)) {
-      return order.take(isVisited);
+    while (firstPlain != plain.size()) {
+      const ReadyOrder::Taken taken = plain[firstPlain++];
+      if (!isVisited(taken.module)) {
+        return taken;
+      }
     }
-    return isVisited(only.module) ? std::nullopt : std::optional(only);
+    return order.take(isVisited);
   }
 
   /// To be called when the module has become visited.
@@ -98,7 +100,7 @@ class OrderedQueue {
   }
 
   void drop() {
-    hasOnly = false;
+    firstPlain = plain.size();
     order.drop();
   }
 
@@ -110,17 +112,23 @@ class OrderedQueue {
       nodes[module] = Node();
     });
     order.clear();
-    hasOnly = false;
+    plain.clear();
+    firstPlain = 0;
   }
 
   std::vector<Number> modules() const {
-    return hasOnly ? std::vector<Number>{only.module} : order.modules();
+    return firstPlain != plain.size() ? plainModules(firstPlain, plain.size()) : order.modules();
   }
+  /// Remembers the queue as it is now. Costs what has changed since the last time.
   void save() {
-    joinOthers();
+    savedPlain = firstPlain;
+    savedPlainEnd = plain.size();
     order.save();
   }
-  std::vector<Number> savedModules() const { return order.savedModules(); }
+  std::vector<Number> savedModules() const {
+    return savedPlain != savedPlainEnd ? plainModules(savedPlain, savedPlainEnd)
+                                       : order.savedModules();
+  }
 
  private:
   enum class State : std::uint8_t { Unknown, Waiting, Candidate };
@@ -143,8 +151,15 @@ class OrderedQueue {
   }
 
   bool isReady(Number module) const {
-    return (hasOnly && only.module == module) ||
-           (module < nodes.size() && nodes[module].state == State::Candidate);
+    return module < nodes.size() && nodes[module].state == State::Candidate;
+  }
+
+  std::vector<Number> plainModules(std::size_t begin, std::size_t end) const {
+    std::vector<Number> found;
+    for (std::size_t place = begin; place != end; ++place) {
+      found.push_back(plain[place].module);
+    }
+    return found;
   }
 
   void reserve() {
@@ -152,10 +167,11 @@ class OrderedQueue {
     nodes.reserve(expectedModules);
   }
 
-  void joinOthers() {
-    if (std::exchange(hasOnly, false)) {
-      nodeOf(only.module).state = State::Candidate;
-      order.push(only.module, only.flag, true);
+  void putInOrder() {
+    for (; firstPlain != plain.size(); ++firstPlain) {
+      const ReadyOrder::Taken& entry = plain[firstPlain];
+      nodeOf(entry.module).state = State::Candidate;
+      order.push(entry.module, entry.flag, true);
     }
   }
 
@@ -181,9 +197,12 @@ class OrderedQueue {
   }
 
   Repeats repeats;
-  /// In place of an entry in the order, which is empty then.
-  ReadyOrder::Taken only{};
-  bool hasOnly = false;
+  /// In place of the order, which is empty while there is something from `firstPlain` on. What is
+  /// before that has been taken, and is kept for savedModules().
+  std::vector<ReadyOrder::Taken> plain;
+  std::size_t firstPlain = 0;
+  std::size_t savedPlain = 0;
+  std::size_t savedPlainEnd = 0;
   ReadyOrder order;
   std::vector<Node> nodes;
   std::size_t expectedPushes = 0;
