@@ -67,7 +67,7 @@ struct Visitor {
 };
 
 struct Telling {
-  std::string library;
+  std::string fast;
   std::string literal;
 };
 
@@ -77,7 +77,7 @@ TEST(LiteralModelsTest, WalksAreThoseOfTheLibrary) {
     for (std::size_t i = 0; i < worlds.graph.size(); ++i) {
       Telling told;
       const bool always = worlds.random.percent(50);
-      const Visitor visitor{&worlds.graph, &told.library, always};
+      const Visitor visitor{&worlds.graph, &told.fast, always};
       const Visitor literalVisitor{&worlds.literalGraph, &told.literal, always};
       const ApplyModule& module = *moduleAt(worlds.graph, i);
       const ApplyModule& same = *moduleAt(worlds.literalGraph, i);
@@ -89,7 +89,7 @@ TEST(LiteralModelsTest, WalksAreThoseOfTheLibrary) {
                 module.forThisAndAllFollowingModules(visitor));
       EXPECT_EQ(Literal::forThisAndAllPreviousModules(same, literalVisitor),
                 module.forThisAndAllPreviousModules(visitor));
-      EXPECT_EQ(told.literal, told.library) << text(worlds.graph);
+      EXPECT_EQ(told.literal, told.fast) << text(worlds.graph);
     }
   });
 }
@@ -145,11 +145,11 @@ TEST(LiteralModelsTest, SignalsAreThoseOfTheLibrary) {
       return moduleAt(graph, origin);
     };
     Telling told;
-    if (const ModulePtr module = listen(worlds.graph, told.library)) {
+    if (const ModulePtr module = listen(worlds.graph, told.fast)) {
       module->sendStateChangeSignalsOfFollowingModules();
       Literal::sendStateChangeSignalsOfFollowingModules(*listen(worlds.literalGraph, told.literal));
     }
-    EXPECT_EQ(told.literal, told.library) << text(worlds.graph);
+    EXPECT_EQ(told.literal, told.fast) << text(worlds.graph);
   });
 }
 
@@ -182,7 +182,7 @@ TEST(LiteralModelsTest, OrderedTraversalsAreThoseOfTheLibrary) {
       const std::size_t end = worlds.anyIndex(30);
       const bool always = worlds.random.percent(50);
       Telling told;
-      Visitor visitor{&worlds.graph, &told.library, always};
+      Visitor visitor{&worlds.graph, &told.fast, always};
       Visitor literalVisitor{&worlds.literalGraph, &told.literal, always};
       const TestGraph& graph = worlds.graph;
       const TestGraph& same = worlds.literalGraph;
@@ -196,8 +196,8 @@ TEST(LiteralModelsTest, OrderedTraversalsAreThoseOfTheLibrary) {
                                                  moduleAt(same, end));
       ApplyGraph::forSemanticOrderedPreviousModules(visitor, moduleAt(graph, end));
       Literal::forSemanticOrderedPreviousModules(literalVisitor, moduleAt(same, end));
-      EXPECT_EQ(told.literal, told.library) << text(worlds.graph);
-      visits += told.library.size();
+      EXPECT_EQ(told.literal, told.fast) << text(worlds.graph);
+      visits += told.fast.size();
     }
   });
   EXPECT_GT(visits, kSeeds * 20);
