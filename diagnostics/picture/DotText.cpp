@@ -1,0 +1,81 @@
+#include "diagnostics/picture/DotText.h"
+
+namespace Tessaril::Diagnostics {
+namespace {
+
+std::string inQuotes(std::string_view text) { return '"' + std::string(text) + '"'; }
+
+}  // namespace
+
+std::string escapedForHtml(std::string_view text) {
+  std::string escaped;
+  for (const char character : text) {
+    switch (character) {
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      case '"':
+        escaped += "&quot;";
+        break;
+      default:
+        escaped += character;
+    }
+  }
+  return escaped;
+}
+
+std::string escapedForQuotes(std::string_view text) {
+  std::string escaped;
+  for (const char character : text) {
+    switch (character) {
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '"':
+      case '\\':
+        escaped += '\\';
+        escaped += character;
+        break;
+      case '\n':
+        escaped += "\\n";
+        break;
+      default:
+        escaped += character;
+    }
+  }
+  return escaped;
+}
+
+DotAttributes& DotAttributes::set(std::string_view name, std::string_view value) {
+  values.emplace_back(name, inQuotes(value));
+  return *this;
+}
+
+DotAttributes& DotAttributes::text(std::string_view name, std::string_view value) {
+  return set(name, escapedForQuotes(value));
+}
+
+DotAttributes& DotAttributes::html(std::string_view name, std::string_view markup) {
+  values.emplace_back(name, '<' + std::string(markup) + '>');
+  return *this;
+}
+
+std::string DotAttributes::inBrackets() const { return '[' + joined(", ") + ']'; }
+
+std::string DotAttributes::asStatements() const { return joined("; ") + ';'; }
+
+std::string DotAttributes::joined(std::string_view separator) const {
+  std::string text;
+  for (const auto& [name, value] : values) {
+    text += (text.empty() ? std::string() : std::string(separator)) + name + '=' + value;
+  }
+  return text;
+}
+
+}  // namespace Tessaril::Diagnostics

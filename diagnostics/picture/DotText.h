@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+// The pieces of which a DOT text is made. Internal to the picture.
+
+namespace Tessaril::Diagnostics {
+
+/// For the inside of an HTML-like label.
+std::string escapedForHtml(std::string_view text);
+/// For the inside of a quoted string: character references and backslashes are read there as well.
+/// Line breaks stay line breaks.
+std::string escapedForQuotes(std::string_view text);
+
+/// The attributes of one statement, in the order in which they were added.
+class DotAttributes {
+ public:
+  /// Of a fixed text, which needs no escapes.
+  DotAttributes& set(std::string_view name, std::string_view value);
+  /// Of a text of the user's.
+  DotAttributes& text(std::string_view name, std::string_view value);
+  /// Of an HTML-like label.
+  DotAttributes& html(std::string_view name, std::string_view markup);
+
+  /// "[a=b, c=d]"
+  std::string inBrackets() const;
+  /// "a=b; c=d;"
+  std::string asStatements() const;
+
+ private:
+  std::string joined(std::string_view separator) const;
+
+  /// The name, and the value as it is written.
+  std::vector<std::pair<std::string, std::string>> values;
+};
+
+}  // namespace Tessaril::Diagnostics

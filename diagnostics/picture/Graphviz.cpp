@@ -1,0 +1,132 @@
+#include "diagnostics/picture/Graphviz.h"
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+#include <system_error>
+
+extern char** environ;  // NOLINT(readability-redundant-declaration)
+
+// The process reads from and writes to unnamed temporary files rather than pipes: no side ever has
+// to wait for the other to read, whatever the sizes.
+
+namespace Tessaril::Diagnostics {
+namespace {
+
+std::string errorText(int code) { return std::generic_category().message(code); }
+
+class TemporaryFile {
+ public:
+  TemporaryFile() : file(std::tmpfile(), &std::fclose) {
+    if (file == nullptr) {
+      throw PictureError("No temporary file can be made for Graphviz: " + errorText(errno));
+    }
+  }
+
+  int descriptor() const { return ::fileno(file.get()); }
+
+  // Past the buffers of the stream, since the process shares the place in the file.
+
+  void write(std::string_view text) {
+    while (!text.empty()) {
+      const ssize_t count = ::write(descriptor(), text.data(), text.size());
+      if (count < 0) {
+        throw PictureError("A temporary file for Graphviz cannot be written: " + errorText(errno));
+      }
+      text.remove_prefix(static_cast<std::size_t>(count));
+    }
+    rewind();
+  }
+
+  std::string read() {
+    rewind();
+    std::string text;
+    std::array<char, 4096> block;
+    for (ssize_t count = 0; (count = ::read(descriptor(), block.data(), block.size())) > 0;) {
+      text.append(block.data(), static_cast<std::size_t>(count));
+    }
+    return text;
+  }
+
+ private:
+  void rewind() { ::lseek(descriptor(), 0, SEEK_SET); }
+
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file;
+};
+
+class FileActions {
+ public:
+  FileActions() { posix_spawn_file_actions_init(&actions); }
+  FileActions(const FileActions&) = delete;
+  FileActions& operator=(const FileActions&) = delete;
+  ~FileActions() { posix_spawn_file_actions_destroy(&actions); }
+
+  void connect(const TemporaryFile& file, int descriptor) {
+    posix_spawn_file_actions_adddup2(&actions, file.descriptor(), descriptor);
+  }
+  const posix_spawn_file_actions_t* get() const { return &actions; }
+
+ private:
+  posix_spawn_file_actions_t actions;
+};
+
+pid_t start(const std::string& program, const FileActions& files) {
+  std::string name = program;
+  std::string format = "-Tsvg";
+  std::array<char*, 3> arguments{name.data(), format.data(), nullptr};
+  pid_t process = 0;
+  const int code =
+      posix_spawnp(&process, program.c_str(), files.get(), nullptr, arguments.data(), environ);
+  if (code == ENOENT) {
+    throw PictureError("Graphviz is needed to draw: there is no program \"" + program +
+                       "\". Install the package graphviz, or write the picture as DOT.");
+  }
+  if (code != 0) {
+    throw PictureError("Graphviz's program \"" + program +
+                       "\" cannot be started: " + errorText(code));
+  }
+  return process;
+}
+
+/// As a shell counts it.
+int exitCodeOf(pid_t process) {
+  int status = 0;
+  while (::waitpid(process, &status, 0) < 0) {
+    if (errno != EINTR) {
+      return -1;
+    }
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+
+}  // namespace
+
+std::string svgOfDot(const std::string& dotText, const std::string& program) {
+  TemporaryFile input;
+  TemporaryFile output;
+  TemporaryFile errors;
+  input.write(dotText);
+  FileActions files;
+  files.connect(input, STDIN_FILENO);
+  files.connect(output, STDOUT_FILENO);
+  files.connect(errors, STDERR_FILENO);
+  const int exitCode = exitCodeOf(start(program, files));
+  const std::string complaint = firstLine(errors.read());
+  std::string svg = output.read();
+  if (exitCode != 0 || svg.find("</svg>") == std::string::npos) {
+    throw PictureError("Graphviz's program \"" + program + "\" made no picture (exit code " +
+                       std::to_string(exitCode) + ")" +
+                       (complaint.empty() ? std::string() : ": " + complaint));
+  }
+  return svg;
+}
+
+}  // namespace Tessaril::Diagnostics

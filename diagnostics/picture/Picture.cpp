@@ -1,0 +1,254 @@
+#include "diagnostics/picture/Picture.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "diagnostics/graph/ChainNames.h"
+#include "diagnostics/picture/DisplayNames.h"
+#include "diagnostics/picture/DotText.h"
+#include "diagnostics/picture/Legend.h"
+#include "diagnostics/picture/ModuleLook.h"
+#include "diagnostics/picture/PictureModel.h"
+#include "diagnostics/picture/PictureStyle.h"
+#include "diagnostics/picture/Tooltip.h"
+
+namespace Tessaril::Diagnostics {
+namespace {
+
+using std::chrono::nanoseconds;
+
+constexpr std::size_t kMostDeadNames = 3;
+
+const RunMark* markOf(const RunMarks& marks, std::size_t module) {
+  const auto place = marks.find(module);
+  return place == marks.end() ? nullptr : &place->second;
+}
+
+nanoseconds longestOf(const RunMarks& marks) {
+  nanoseconds longest{0};
+  for (const auto& [module, mark] : marks) {
+    longest = std::max(longest, mark.duration.value_or(nanoseconds{0}));
+  }
+  return longest;
+}
+
+/// Writes a picture that has been thought out, and gathers the signs that occur on the way.
+class DotWriter {
+ public:
+  DotWriter(const GraphSnapshot& graphSnapshot, const PictureOptions& pictureOptions)
+      : snapshot(graphSnapshot),
+        options(pictureOptions),
+        model(pictureModel(graphSnapshot, pictureOptions)),
+        style(isDrawnInBrief(pictureOptions, model.modules.size()) ? kBriefStyle : kFullStyle),
+        displayNames(graphSnapshot),
+        chainNames(graphSnapshot),
+        longest(longestOf(pictureOptions.runMarks)) {}
+
+  std::string write() {
+    std::string body;
+    for (std::size_t chain = 0; chain < model.chains.size(); ++chain) {
+      body += cluster(chain);
+    }
+    for (const std::size_t place : model.withoutChain) {
+      body += "  " + node(place);
+    }
+    for (const DrawnLink& link : model.links) {
+      body += edge(link);
+    }
+    return "digraph apply_graph {\n" + defaults() +
+           (options.legend ? legendOf(signs, style) : std::string()) + body + "}\n";
+  }
+
+ private:
+  std::string defaults() const {
+    DotAttributes graph;
+    graph.set("rankdir", "TB")
+        .set("bgcolor", Colours::kPaper)
+        .set("pad", "0.3")
+        .set("ranksep", style.ranksep)
+        .set("nodesep", style.nodesep)
+        .set("fontname", kFont)
+        .set("fontsize", style.fontSize)
+        .set("fontcolor", Colours::kInk)
+        .set("labelloc", "t")
+        .set("labeljust", "l");
+    DotAttributes nodes;
+    nodes.set("fontname", kFont)
+        .set("fontsize", style.fontSize)
+        .set("fontcolor", Colours::kInk)
+        .set("margin", style.nodeMargin)
+        .set("width", style.nodeWidth)
+        .set("height", style.nodeHeight);
+    DotAttributes edges;
+    edges.set("color", Colours::kLine)
+        .set("penwidth", style.linkWidth)
+        .set("arrowsize", style.arrowSize)
+        .set("fontname", kFont)
+        .set("fontsize", style.smallFontSize)
+        .set("fontcolor", Colours::kAlarm);
+    return "  graph " + graph.inBrackets() + ";\n  node " + nodes.inBrackets() + ";\n  edge " +
+           edges.inBrackets() + ";\n" + title();
+  }
+
+  std::string title() const {
+    if (options.title.empty()) {
+      return {};
+    }
+    DotAttributes label;
+    label.html("label", "<FONT POINT-SIZE=\"15\"><B>" + escapedForHtml(cleanText(options.title)) +
+                            "</B></FONT>");
+    return "  " + label.asStatements() + '\n';
+  }
+
+  std::string cluster(std::size_t chain) {
+    const DrawnChain& drawn = model.chains[chain];
+    const std::string heading = escapedForHtml(drawn.heading);
+    DotAttributes attributes;
+    attributes.html("label", drawn.isMain ? "<B>" + heading + "</B>" : heading)
+        .set("style", "rounded,filled")
+        .set("fillcolor", drawn.isMain ? "#f1f5f9" : "#fafbfd")
+        .set("color", drawn.isMain ? "#7b8aa0" : "#cbd5e1")
+        .set("penwidth", drawn.isMain ? "1.6" : "1")
+        .set("fontcolor", drawn.isMain ? Colours::kInk : Colours::kFaintInk)
+        .set("margin", style.clusterMargin);
+    std::string text = "  subgraph cluster_" + std::to_string(chain) + " {\n    " +
+                       attributes.asStatements() + '\n';
+    for (const std::size_t place : drawn.modules) {
+      text += "    " + node(place);
+    }
+    return text + "  }\n";
+  }
+
+  static std::string nodeName(const DrawnModule& module) {
+    return "m" + std::to_string(module.index);
+  }
+
+  /// The node of the module, with what stands for its dead and hidden neighbours.
+  std::string node(std::size_t place) {
+    const DrawnModule& drawn = model.modules[place];
+    const SnapshotModule& module = snapshot.modules[drawn.index];
+    const RunMark* const mark = markOf(options.runMarks, drawn.index);
+    const Signs shown = signsOf(module, drawn, mark);
+    signs.insert(shown.begin(), shown.end());
+    DotAttributes attributes = nodeOf(shown);
+    attributes.html("label", labelOf(drawn.name, shown, mark, longest, style))
+        .text("tooltip", tooltipOf(module, shown, mark, chainNames));
+    return nodeName(drawn) + ' ' + attributes.inBrackets() + ";\n" + stubs(drawn);
+  }
+
+  std::string stubs(const DrawnModule& drawn) {
+    const std::string name = nodeName(drawn);
+    std::string text;
+    if (!drawn.deadPrevious.empty()) {
+      text += stub(name + "_dead_previous", name, deadLabel(drawn.deadPrevious), Sign::kDead, true);
+    }
+    if (!drawn.deadNext.empty()) {
+      text += stub(name + "_dead_next", name, deadLabel(drawn.deadNext), Sign::kDead, false);
+    }
+    if (drawn.hiddenPrevious > 0) {
+      text += stub(name + "_more_previous", name, moreMarkup(drawn.hiddenPrevious, style),
+                   Sign::kHidden, true);
+    }
+    if (drawn.hiddenNext > 0) {
+      text += stub(name + "_more_next", name, moreMarkup(drawn.hiddenNext, style), Sign::kHidden,
+                   false);
+    }
+    return text;
+  }
+
+  std::string stub(const std::string& stubName, const std::string& module, const std::string& label,
+                   Sign sign, bool isPrevious) {
+    signs.insert(sign);
+    DotAttributes attributes;
+    attributes.set("shape", "plain").html("label", label);
+    DotAttributes line;
+    line.set("style", "dotted")
+        .set("color", sign == Sign::kDead ? Colours::kAlarm : Colours::kFaintLine)
+        .set("arrowhead", "none");
+    return "    " + stubName + ' ' + attributes.inBrackets() + ";\n    " +
+           (isPrevious ? stubName + " -> " + module : module + " -> " + stubName) + ' ' +
+           line.inBrackets() + ";\n";
+  }
+
+  /// A cross, how many there are, and what they name as far as it is known.
+  std::string deadLabel(const std::vector<std::string>& names) const {
+    std::string label = crossMarkup();
+    if (names.size() > 1) {
+      label += moreText(std::to_string(names.size()) + " entries");
+    }
+    for (std::size_t place = 0; place < std::min(names.size(), kMostDeadNames); ++place) {
+      if (!names[place].empty()) {
+        label += "<BR/>" + moreText(style.brief ? displayNames.shortName(names[place])
+                                                : displayNames.longName(names[place]));
+      }
+    }
+    return label;
+  }
+
+  std::string moreText(const std::string& text) const {
+    return "<FONT POINT-SIZE=\"" + std::string(style.smallFontSize) + "\" COLOR=\"" +
+           std::string(Colours::kFaintInk) + "\"> " + escapedForHtml(text) + "</FONT>";
+  }
+
+  std::string edge(const DrawnLink& link) {
+    Signs shown;
+    const auto addIf = [&shown](bool shows, Sign sign) {
+      if (shows) {
+        shown.insert(sign);
+      }
+    };
+    addIf(link.onMainLine, Sign::kMainLine);
+    addIf(link.missesNext() || link.missesPrevious(), Sign::kOneSided);
+    addIf(link.isRepeated(), Sign::kRepeated);
+    addIf(link.onCycle, Sign::kCycle);
+    signs.insert(shown.begin(), shown.end());
+    DotAttributes attributes = lineOf(shown, style);
+    attributes.set("weight", weightOf(link));
+    if (const std::string remark = remarkOn(link); !remark.empty()) {
+      attributes.text("xlabel", remark);
+    }
+    return "  " + nodeName(model.modules[link.from]) + " -> " + nodeName(model.modules[link.to]) +
+           ' ' + attributes.inBrackets() + ";\n";
+  }
+
+  /// What makes Graphviz keep chains straight, the main chain before all others.
+  static std::string_view weightOf(const DrawnLink& link) {
+    if (link.onMainLine) {
+      return "100";
+    }
+    return link.withinChain ? "20" : "1";
+  }
+
+  static std::string remarkOn(const DrawnLink& link) {
+    if (link.missesNext()) {
+      return "in previous list only";
+    }
+    if (link.missesPrevious()) {
+      return "in next list only";
+    }
+    return link.isRepeated()
+               ? std::to_string(std::max(link.nextEntries, link.previousEntries)) + " times"
+               : std::string();
+  }
+
+  const GraphSnapshot& snapshot;
+  const PictureOptions& options;
+  PictureModel model;
+  const PictureStyle& style;
+  DisplayNames displayNames;
+  ChainNames chainNames;
+  nanoseconds longest;
+  Signs signs;
+};
+
+}  // namespace
+
+std::string dotText(const GraphSnapshot& snapshot, const PictureOptions& options) {
+  return DotWriter(snapshot, options).write();
+}
+
+std::string svgText(const GraphSnapshot& snapshot, const PictureOptions& options) {
+  return svgOfDot(dotText(snapshot, options));
+}
+
+}  // namespace Tessaril::Diagnostics

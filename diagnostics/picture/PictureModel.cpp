@@ -1,0 +1,328 @@
+#include "diagnostics/picture/PictureModel.h"
+
+#include <algorithm>
+#include <map>
+#include <numeric>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <unordered_map>
+#include <utility>
+
+#include "diagnostics/graph/ChainNames.h"
+#include "diagnostics/picture/DisplayNames.h"
+
+// In four steps: which modules, which links among them, which of the links form cycles, and which
+// modules make a chain.
+
+namespace Tessaril::Diagnostics {
+namespace {
+
+using Mode = ApplyModuleInsertInfo::ApplyGraphInsertMode;
+
+constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
+
+ModuleSelection allOf(const GraphSnapshot& snapshot) {
+  ModuleSelection modules(snapshot.modules.size());
+  std::iota(modules.begin(), modules.end(), std::size_t{0});
+  return modules;
+}
+
+ModuleSelection shownOf(const GraphSnapshot& snapshot, const PictureOptions& options) {
+  ModuleSelection modules = options.shown ? *options.shown : allOf(snapshot);
+  std::sort(modules.begin(), modules.end());
+  modules.erase(std::unique(modules.begin(), modules.end()), modules.end());
+  const bool isMarkOutside =
+      !options.runMarks.empty() && options.runMarks.rbegin()->first >= snapshot.modules.size();
+  if (isMarkOutside || (!modules.empty() && modules.back() >= snapshot.modules.size())) {
+    throw std::out_of_range("A module that is to be drawn is not in the snapshot.");
+  }
+  return modules;
+}
+
+/// A neighbour that is only known by its name says nothing about its links.
+bool areLinksKnown(const GraphSnapshot& snapshot, const SnapshotModule& module) {
+  return !snapshot.stored || module.recordCount > 0;
+}
+
+/// Gathers the entries of both lists into links.
+class LinkReader {
+ public:
+  LinkReader(const GraphSnapshot& graphSnapshot, const ModuleSelection& shown)
+      : snapshot(graphSnapshot), places(graphSnapshot.modules.size(), kNowhere) {
+    for (std::size_t place = 0; place < shown.size(); ++place) {
+      places[shown[place]] = place;
+    }
+  }
+
+  void read(std::vector<DrawnModule>& modules) {
+    for (DrawnModule& module : modules) {
+      readNext(module);
+    }
+    for (DrawnModule& module : modules) {
+      readPrevious(module);
+    }
+  }
+
+  std::vector<DrawnLink> take() {
+    std::stable_sort(links.begin(), links.end(), [](const DrawnLink& one, const DrawnLink& other) {
+      return one.from < other.from;
+    });
+    return std::move(links);
+  }
+
+ private:
+  void readNext(DrawnModule& module) {
+    std::set<std::size_t> hidden;
+    for (const SnapshotLink& entry : snapshot.modules[module.index].next) {
+      if (!entry.module) {
+        module.deadNext.push_back(entry.name);
+      } else if (places[*entry.module] == kNowhere) {
+        hidden.insert(*entry.module);
+      } else {
+        ++linkOf(module.index, *entry.module).nextEntries;
+      }
+    }
+    module.hiddenNext = hidden.size();
+  }
+
+  void readPrevious(DrawnModule& module) {
+    std::set<std::size_t> hidden;
+    for (const SnapshotLink& entry : snapshot.modules[module.index].previous) {
+      if (!entry.module) {
+        module.deadPrevious.push_back(entry.name);
+      } else if (places[*entry.module] == kNowhere) {
+        hidden.insert(*entry.module);
+      } else {
+        ++linkOf(*entry.module, module.index).previousEntries;
+      }
+    }
+    module.hiddenPrevious = hidden.size();
+  }
+
+  DrawnLink& linkOf(std::size_t from, std::size_t to) {
+    const auto [place, isNew] = placeOfLink.emplace(std::pair(from, to), links.size());
+    if (isNew) {
+      links.push_back(newLink(from, to));
+    }
+    return links[place->second];
+  }
+
+  DrawnLink newLink(std::size_t from, std::size_t to) const {
+    const SnapshotModule& first = snapshot.modules[from];
+    const SnapshotModule& second = snapshot.modules[to];
+    DrawnLink link;
+    link.from = places[from];
+    link.to = places[to];
+    link.nextListKnown = areLinksKnown(snapshot, first);
+    link.previousListKnown = areLinksKnown(snapshot, second);
+    link.withinChain = first.insertMode && second.insertMode && first.chainId == second.chainId;
+    link.onMainLine = link.withinChain && first.chainId.isNull();
+    return link;
+  }
+
+  const GraphSnapshot& snapshot;
+  /// By the index in the snapshot.
+  std::vector<std::size_t> places;
+  std::map<std::pair<std::size_t, std::size_t>, std::size_t> placeOfLink;
+  std::vector<DrawnLink> links;
+};
+
+/// Numbers the strongly connected parts: one depth-first walk, with a stack of its own, in which a
+/// module's part is closed when nothing behind it leads back above it.
+class CycleSearch {
+ public:
+  CycleSearch(std::size_t modules, const std::vector<DrawnLink>& links)
+      : successors(modules), order(modules, 0), lowest(modules, 0), parts(modules, 0) {
+    for (const DrawnLink& link : links) {
+      successors[link.from].push_back(link.to);
+    }
+    for (std::size_t module = 0; module < modules; ++module) {
+      if (order[module] == 0) {
+        walkFrom(module);
+      }
+    }
+  }
+
+  /// True if the link leads from a module of a cycle to another one of the same cycle.
+  bool isOnCycle(const DrawnLink& link) const { return parts[link.from] == parts[link.to]; }
+
+ private:
+  void walkFrom(std::size_t start) {
+    enter(start);
+    while (!path.empty()) {
+      const std::size_t module = path.back().first;
+      if (path.back().second < successors[module].size()) {
+        follow(module, successors[module][path.back().second++]);
+      } else {
+        leave(module);
+      }
+    }
+  }
+
+  void enter(std::size_t module) {
+    order[module] = lowest[module] = ++entered;
+    path.emplace_back(module, 0);
+    open.push_back(module);
+  }
+
+  void follow(std::size_t module, std::size_t successor) {
+    if (order[successor] == 0) {
+      enter(successor);
+    } else if (parts[successor] == 0) {
+      lowest[module] = std::min(lowest[module], order[successor]);
+    }
+  }
+
+  void leave(std::size_t module) {
+    path.pop_back();
+    if (!path.empty()) {
+      std::size_t& above = lowest[path.back().first];
+      above = std::min(above, lowest[module]);
+    }
+    if (lowest[module] == order[module]) {
+      closePartOf(module);
+    }
+  }
+
+  void closePartOf(std::size_t module) {
+    ++partCount;
+    while (parts[module] == 0) {
+      parts[open.back()] = partCount;
+      open.pop_back();
+    }
+  }
+
+  std::vector<std::vector<std::size_t>> successors;
+  /// From 1; 0: not met yet.
+  std::vector<std::size_t> order;
+  std::vector<std::size_t> lowest;
+  /// From 1; 0: not closed yet.
+  std::vector<std::size_t> parts;
+  /// The modules from the start to here, each with how many of its successors were followed.
+  std::vector<std::pair<std::size_t, std::size_t>> path;
+  std::vector<std::size_t> open;
+  std::size_t entered = 0;
+  std::size_t partCount = 0;
+};
+
+void findCycles(PictureModel& model) {
+  const CycleSearch search(model.modules.size(), model.links);
+  for (DrawnLink& link : model.links) {
+    link.onCycle = search.isOnCycle(link);
+  }
+}
+
+/// Where no chains are known, the line from the first module without a previous one along each
+/// first next module that does not start a side chain is what comes closest to the main chain.
+void findMainLineByLinks(const GraphSnapshot& snapshot, PictureModel& model) {
+  std::vector<DrawnLink*> mainNext(model.modules.size(), nullptr);
+  std::vector<bool> hasPrevious(model.modules.size(), false);
+  for (DrawnLink& link : model.links) {
+    hasPrevious[link.to] = true;
+    const std::size_t target = model.modules[link.to].index;
+    if (mainNext[link.from] == nullptr && !snapshot.modules[target].startOfSideChain) {
+      mainNext[link.from] = &link;
+    }
+  }
+  const auto first = std::find(hasPrevious.begin(), hasPrevious.end(), false);
+  if (first == hasPrevious.end()) {
+    return;
+  }
+  auto place = static_cast<std::size_t>(first - hasPrevious.begin());
+  while (mainNext[place] != nullptr && !mainNext[place]->onMainLine) {
+    mainNext[place]->onMainLine = true;
+    place = mainNext[place]->to;
+  }
+}
+
+/// Several modules lead here, or this is where the module says that chains are to meet.
+bool isMerge(const SnapshotModule& module) {
+  std::set<std::size_t> previous;
+  for (const SnapshotLink& entry : module.previous) {
+    if (entry.module) {
+      previous.insert(*entry.module);
+    }
+  }
+  return previous.size() > 1 || module.insertMode == Mode::MergeFork;
+}
+
+std::vector<DrawnModule> modulesOf(const GraphSnapshot& snapshot, const PictureOptions& options,
+                                   const ModuleSelection& shown) {
+  const DisplayNames names(snapshot);
+  std::vector<DrawnModule> modules;
+  modules.reserve(shown.size());
+  for (const std::size_t index : shown) {
+    const SnapshotModule& entry = snapshot.modules[index];
+    DrawnModule& module = modules.emplace_back();
+    module.index = index;
+    module.name = isDrawnInBrief(options, shown.size()) ? names.shortName(entry.name)
+                                                        : names.longName(entry.name);
+    module.startsFork = entry.insertMode == Mode::StartFork;
+    module.merges = isMerge(entry);
+    module.recordMissing = !areLinksKnown(snapshot, entry);
+  }
+  return modules;
+}
+
+class ChainReader {
+ public:
+  ChainReader(const GraphSnapshot& graphSnapshot, const PictureOptions& pictureOptions)
+      : snapshot(graphSnapshot), options(pictureOptions), names(graphSnapshot) {}
+
+  void read(PictureModel& model) {
+    for (std::size_t place = 0; place < model.modules.size(); ++place) {
+      const SnapshotModule& module = snapshot.modules[model.modules[place].index];
+      if (module.insertMode) {
+        chainOf(model, module.chainId).modules.push_back(place);
+      } else {
+        model.withoutChain.push_back(place);
+      }
+    }
+    std::stable_partition(model.chains.begin(), model.chains.end(),
+                          [](const DrawnChain& chain) { return chain.isMain; });
+  }
+
+ private:
+  DrawnChain& chainOf(PictureModel& model, const Identifier& id) {
+    const auto [place, isNew] = placeOfChain.emplace(id, model.chains.size());
+    if (isNew) {
+      model.chains.push_back({id.isNull(), headingOf(id), {}});
+    }
+    return model.chains[place->second];
+  }
+
+  std::string headingOf(const Identifier& id) const {
+    const auto given = options.chainNames.find(id);
+    return cleanText(given == options.chainNames.end() ? names.nameOf(id) : given->second);
+  }
+
+  const GraphSnapshot& snapshot;
+  const PictureOptions& options;
+  ChainNames names;
+  std::unordered_map<Identifier, std::size_t> placeOfChain;
+};
+
+}  // namespace
+
+bool isDrawnInBrief(const PictureOptions& options, std::size_t shownModules) {
+  return options.detail == PictureDetail::kBrief ||
+         (options.detail == PictureDetail::kAutomatic && shownModules > kMostModulesInFull);
+}
+
+PictureModel pictureModel(const GraphSnapshot& snapshot, const PictureOptions& options) {
+  const ModuleSelection shown = shownOf(snapshot, options);
+  PictureModel model;
+  model.modules = modulesOf(snapshot, options, shown);
+  LinkReader reader(snapshot, shown);
+  reader.read(model.modules);
+  model.links = reader.take();
+  findCycles(model);
+  ChainReader(snapshot, options).read(model);
+  if (model.chains.empty()) {
+    findMainLineByLinks(snapshot, model);
+  }
+  return model;
+}
+
+}  // namespace Tessaril::Diagnostics
