@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "reference_platform/persistence_archiver/ArchiveLayout.h"
 #include "reference_platform/persistence_archiver/ClassRegistry.h"
 
 // The layout of an archive is described, byte by byte, in docs/format.md.
@@ -20,18 +21,15 @@ namespace {
 
 using ReferencePlatform::ClassRegistry;
 
-constexpr std::string_view kMagic = "\x89TSR\r\n\x1a\n";
-constexpr std::size_t kFormatVersionAt = 8;
-constexpr std::size_t kSizeAt = 12;
-constexpr std::size_t kClassTableAt = 16;
-constexpr std::size_t kHeadSize = 20;
-constexpr std::size_t kCountSize = 4;
-/// End address, type id.
-constexpr std::size_t kFrameSize = 8;
-constexpr std::size_t kChecksumSize = 4;
-constexpr std::size_t kSmallestArchive = kHeadSize + kCountSize + kChecksumSize;
-/// Type id, length of the name, version.
-constexpr std::size_t kSmallestClass = 12;
+using ReferencePlatform::ArchiveLayout::kChecksumSize;
+using ReferencePlatform::ArchiveLayout::kClassTableAt;
+using ReferencePlatform::ArchiveLayout::kFormatVersionAt;
+using ReferencePlatform::ArchiveLayout::kFrameSize;
+using ReferencePlatform::ArchiveLayout::kHeadSize;
+using ReferencePlatform::ArchiveLayout::kMagic;
+using ReferencePlatform::ArchiveLayout::kSizeAt;
+using ReferencePlatform::ArchiveLayout::kSmallestArchive;
+using ReferencePlatform::ArchiveLayout::kSmallestClass;
 
 /// The version of a class that is registered without one of its own.
 constexpr unsigned int kDefaultClassVersion = 500002;
