@@ -1,0 +1,314 @@
+#include "diagnostics/archive/ArchiveComparison.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_map>
+#include <utility>
+
+#include "diagnostics/archive/ArchiveText.h"
+#include "diagnostics/graph/SnapshotJson.h"
+#include "reference_platform/persistence_archiver/ArchiveLayout.h"
+
+namespace Tessaril::Diagnostics {
+namespace {
+
+namespace Layout = ReferencePlatform::ArchiveLayout;
+
+std::string yesOrNo(bool value) { return value ? "yes" : "no"; }
+
+std::string chainList(const std::vector<Identifier>& chains) {
+  std::string text;
+  for (const Identifier& chain : chains) {
+    text += (text.empty() ? "" : ", ") + chainIdText(chain);
+  }
+  return text.empty() ? "none" : text;
+}
+
+// An application's own values
+
+/// One archive's bytes from some place on, within one stretch of own values.
+class ValueReader {
+ public:
+  ValueReader(const InspectedArchive& archive, std::pair<std::size_t, std::size_t> stretch)
+      : bytes(archive.bytes),
+        classes(archive.frames.classes),
+        begin(stretch.first),
+        end(stretch.second) {}
+
+  std::size_t size() const { return end - begin; }
+  char at(std::size_t offset) const { return bytes[begin + offset]; }
+
+  /// The end of the block whose frame stands there, counted as `offset` is, and its class; empty
+  /// for what is no frame.
+  std::optional<std::pair<std::size_t, std::string>> frameAt(std::size_t offset) const {
+    if (offset + Layout::kFrameSize > size()) {
+      return std::nullopt;
+    }
+    const std::size_t blockEnd = Layout::numberAt(bytes, begin + offset);
+    const unsigned int typeId = Layout::numberAt(bytes, begin + offset + 4);
+    const auto named =
+        std::find_if(classes.begin(), classes.end(),
+                     [typeId](const ArchivedClass& archived) { return archived.typeId == typeId; });
+    if (named == classes.end() || blockEnd > end ||
+        blockEnd < begin + offset + Layout::kFrameSize) {
+      return std::nullopt;
+    }
+    return std::pair(blockEnd - begin, named->name);
+  }
+
+ private:
+  const std::string& bytes;
+  const std::vector<ArchivedClass>& classes;
+  std::size_t begin;
+  std::size_t end;
+};
+
+/// Frames hold addresses, and new shared objects stand behind their numbers: both depend on what
+/// the archive holds before.
+bool sameValues(const ValueReader& left, const ValueReader& right) {
+  constexpr std::size_t kNumberSize = 4;
+  if (left.size() != right.size()) {
+    return false;
+  }
+  const auto sameFrame = [&](std::size_t offset) {
+    const auto frame = left.frameAt(offset);
+    return frame && frame == right.frameAt(offset);
+  };
+  for (std::size_t i = 0; i < left.size();) {
+    if (sameFrame(i)) {
+      i += Layout::kFrameSize;
+    } else if (left.at(i) == right.at(i)) {
+      ++i;
+    } else if (sameFrame(i + kNumberSize)) {
+      i += kNumberSize;
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool sameOwnValues(const InspectedArchive& first, const ArchivedObject& before,
+                   const InspectedArchive& second, const ArchivedObject& after) {
+  return std::equal(before.ownValues.begin(), before.ownValues.end(), after.ownValues.begin(),
+                    after.ownValues.end(), [&](const auto& left, const auto& right) {
+                      return sameValues({first, left}, {second, right});
+                    });
+}
+
+// Facts
+
+class FactList {
+ public:
+  void compare(const std::string& what, const std::string& before, const std::string& after) {
+    if (before != after) {
+      facts.push_back({what, before, after});
+    }
+  }
+  void compare(const std::string& what, bool before, bool after) {
+    compare(what, yesOrNo(before), yesOrNo(after));
+  }
+  void addUnless(bool same, const std::string& what) {
+    if (!same) {
+      facts.push_back({what, {}, {}});
+    }
+  }
+
+  std::vector<ChangedFact> facts;
+};
+
+void compareModules(const ArchivedModule& before, const ArchivedModule& after, FactList& list) {
+  list.compare("active", before.flags.active, after.flags.active);
+  list.compare("consistent", before.flags.consistent, after.flags.consistent);
+  list.compare("input ok", before.flags.inputOk, after.flags.inputOk);
+  list.compare("frozen", before.flags.frozen, after.flags.frozen);
+  list.compare("skipped", before.flags.skipped, after.flags.skipped);
+  list.compare("additional", before.additional, after.additional);
+  list.compare("speed rate", speedRateName(before.speedRate), speedRateName(after.speedRate));
+  list.compare("insert mode", insertModeName(before.insertMode), insertModeName(after.insertMode));
+  list.compare("chain", chainIdText(before.chainId), chainIdText(after.chainId));
+  list.compare("merge chains", chainList(before.mergeChainIds), chainList(after.mergeChainIds));
+}
+
+bool isOtherOrder(std::vector<Path> before, std::vector<Path> after) {
+  if (before == after) {
+    return false;
+  }
+  const auto byText = [](const Path& left, const Path& right) {
+    return left.toString() < right.toString();
+  };
+  std::sort(before.begin(), before.end(), byText);
+  std::sort(after.begin(), after.end(), byText);
+  return before == after;
+}
+
+void compareRecords(const ApplyModuleData& before, const ApplyModuleData& after, FactList& list) {
+  list.compare("start of a side chain", before.startOfSideChain, after.startOfSideChain);
+  list.addUnless(!isOtherOrder(before.previousPaths, after.previousPaths),
+                 "order of previous modules");
+  list.addUnless(!isOtherOrder(before.nextPaths, after.nextPaths), "order of next modules");
+}
+
+/// By path. Of several records of a module the last one counts.
+std::unordered_map<std::string, const ApplyModuleData*> recordsOf(const InspectedArchive& archive) {
+  std::unordered_map<std::string, const ApplyModuleData*> records;
+  for (const ApplyModuleData& record : archive.design.links) {
+    records[record.path.toString()] = &record;
+  }
+  return records;
+}
+
+/// How often a link stands in the lists of its two ends.
+struct LinkCount {
+  std::size_t next = 0;
+  std::size_t previous = 0;
+};
+
+/// The links of an archive, in the order in which they are first named.
+class LinkTable {
+ public:
+  explicit LinkTable(const InspectedArchive& archive) {
+    const auto records = recordsOf(archive);
+    for (const ApplyModuleData& record : archive.design.links) {
+      const std::string module = record.path.toString();
+      if (records.at(module) == &record) {
+        for (const Path& previous : record.previousPaths) {
+          ++at(previous.toString(), module).previous;
+        }
+        for (const Path& next : record.nextPaths) {
+          ++at(module, next.toString()).next;
+        }
+      }
+    }
+  }
+
+  /// What stands here more often than there.
+  std::vector<ComparedLink> without(const LinkTable& other) const {
+    std::vector<ComparedLink> links;
+    for (const auto& ends : order) {
+      const LinkCount& here = counts.at(ends);
+      const auto found = other.counts.find(ends);
+      const LinkCount there = found == other.counts.end() ? LinkCount{} : found->second;
+      if (here.next > there.next || here.previous > there.previous) {
+        links.push_back(
+            {ends.first, ends.second, here.next > there.next, here.previous > there.previous});
+      }
+    }
+    return links;
+  }
+
+ private:
+  using Ends = std::pair<std::string, std::string>;
+
+  LinkCount& at(const std::string& from, const std::string& to) {
+    const auto [found, isNew] = counts.try_emplace({from, to});
+    if (isNew) {
+      order.push_back(found->first);
+    }
+    return found->second;
+  }
+
+  std::map<Ends, LinkCount> counts;
+  std::vector<Ends> order;
+};
+
+class Comparison {
+ public:
+  Comparison(const InspectedArchive& before, const InspectedArchive& after)
+      : first(before), second(after) {}
+
+  ArchiveComparison compare() {
+    compareClasses();
+    compareObjects();
+    const LinkTable before(first);
+    const LinkTable after(second);
+    result.removedLinks = before.without(after);
+    result.addedLinks = after.without(before);
+    result.bytesBehindDiffer = !sameValues(behind(first), behind(second));
+    return std::move(result);
+  }
+
+ private:
+  static ValueReader behind(const InspectedArchive& archive) {
+    const std::size_t end = archive.frames.classTableAt.value_or(0);
+    return {archive, {end - archive.design.bytesBehind, end}};
+  }
+
+  void compareClasses() {
+    std::map<std::string, unsigned int> after;
+    for (const InspectedClass& known : second.classes) {
+      after.emplace(known.name, known.version);
+    }
+    for (const InspectedClass& known : first.classes) {
+      const auto found = after.find(known.name);
+      if (found == after.end()) {
+        result.classes.push_back({known.name, known.version, {}});
+      } else if (found->second != known.version) {
+        result.classes.push_back({known.name, known.version, found->second});
+      }
+      after.erase(known.name);
+    }
+    for (const InspectedClass& known : second.classes) {
+      if (after.contains(known.name)) {
+        result.classes.push_back({known.name, {}, known.version});
+      }
+    }
+  }
+
+  void compareObjects() {
+    std::unordered_map<std::string, const ArchivedObject*> after;
+    for (const ArchivedObject& object : second.design.objects) {
+      after.try_emplace(object.path, &object);
+    }
+    const auto recordsBefore = recordsOf(first);
+    const auto recordsAfter = recordsOf(second);
+    for (const ArchivedObject& object : first.design.objects) {
+      const auto found = after.find(object.path);
+      if (found == after.end()) {
+        result.removedObjects.push_back({object.path, object.className});
+        continue;
+      }
+      FactList list;
+      compareObject(object, *found->second, list);
+      const auto recordBefore = recordsBefore.find(object.path);
+      const auto recordAfter = recordsAfter.find(object.path);
+      if (recordBefore != recordsBefore.end() && recordAfter != recordsAfter.end()) {
+        compareRecords(*recordBefore->second, *recordAfter->second, list);
+      }
+      if (!list.facts.empty()) {
+        result.changedObjects.push_back({object.path, std::move(list.facts)});
+      }
+      after.erase(found);
+    }
+    for (const ArchivedObject& object : second.design.objects) {
+      if (after.contains(object.path)) {
+        result.addedObjects.push_back({object.path, object.className});
+      }
+    }
+  }
+
+  void compareObject(const ArchivedObject& before, const ArchivedObject& after, FactList& list) {
+    list.compare("class", before.className, after.className);
+    if (before.module && after.module) {
+      compareModules(*before.module, *after.module, list);
+    }
+    list.addUnless(sameOwnValues(first, before, second, after), "own values");
+  }
+
+  const InspectedArchive& first;
+  const InspectedArchive& second;
+  ArchiveComparison result;
+};
+
+}  // namespace
+
+bool ArchiveComparison::isEmpty() const {
+  return classes.empty() && removedObjects.empty() && addedObjects.empty() &&
+         changedObjects.empty() && removedLinks.empty() && addedLinks.empty() && !bytesBehindDiffer;
+}
+
+ArchiveComparison compareArchives(const InspectedArchive& first, const InspectedArchive& second) {
+  return Comparison(first, second).compare();
+}
+
+}  // namespace Tessaril::Diagnostics

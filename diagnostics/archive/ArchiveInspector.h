@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "diagnostics/archive/ArchiveFrames.h"
+#include "diagnostics/archive/DesignListing.h"
+#include "diagnostics/graph/GraphSnapshot.h"
+
+namespace Tessaril::Diagnostics {
+
+/// What this process makes of the version in which a class was written. An older one is read as it
+/// was written.
+enum class ClassStanding { Current, Older, Newer, Unknown };
+
+/// A class that an archive names.
+struct InspectedClass {
+  std::string name;
+  unsigned int typeId = 0;
+  /// With which its objects were written.
+  unsigned int version = 0;
+  /// With which this process writes them; empty for a class that it does not know.
+  std::optional<unsigned int> versionHere;
+  /// Blocks of the class, those of containers included.
+  std::size_t blocks = 0;
+
+  ClassStanding standing() const;
+};
+
+/// What restoring the links would leave out, or would not use.
+struct DroppedLink {
+  /// The module whose record it is.
+  std::string record;
+  /// The neighbour that is left out. Empty where the whole record is.
+  std::string neighbour;
+  /// Whether the neighbour stands in the list of next modules.
+  bool isNext = false;
+  /// True where the path leads to an object that is no module, false where it leads nowhere.
+  bool leadsToObject = false;
+  /// True where a later record of the same module counts.
+  bool isReplaced = false;
+
+  /// One sentence.
+  std::string toString() const;
+
+  friend bool operator==(const DroppedLink&, const DroppedLink&) = default;
+};
+
+/// All that is known of an archive.
+struct InspectedArchive {
+  /// The archive itself.
+  std::string bytes;
+  ArchiveFrames frames;
+  /// In the order of the class table.
+  std::vector<InspectedClass> classes;
+  /// Empty where the archiver refuses the archive.
+  DesignListing design;
+  std::vector<DroppedLink> droppedLinks;
+
+  /// The problems of frames and design, each one once.
+  std::vector<ArchiveProblem> problems() const;
+};
+
+/// Never throws for what the bytes hold. The classes of the application need not be known; which
+/// ones are known here is asked of the registration of this process.
+InspectedArchive inspectArchive(std::string bytes);
+
+/// The graph of an archive as restoring it would make it: the links of the records, and of the
+/// modules what the archive holds of them. Entries that restoring would drop are dead ones; records
+/// that lead to no module describe modules that do not exist; modules without a record stand behind
+/// the others, without links of their own.
+GraphSnapshot snapshotOf(const InspectedArchive& archive);
+
+}  // namespace Tessaril::Diagnostics

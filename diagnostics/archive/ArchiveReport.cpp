@@ -1,0 +1,286 @@
+#include "diagnostics/archive/ArchiveReport.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "diagnostics/archive/ArchiveText.h"
+#include "diagnostics/graph/ChainNames.h"
+#include "diagnostics/graph/SnapshotJson.h"
+#include "diagnostics/run/TextTable.h"
+
+namespace Tessaril::Diagnostics {
+namespace {
+
+/// Cells are never broken: a path is to be found by a search.
+constexpr std::size_t kAnyWidth = std::numeric_limits<int>::max();
+
+std::string counted(std::size_t count, const std::string& one, const std::string& many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+std::string indented(const std::string& lines) {
+  std::string text;
+  std::size_t begin = 0;
+  for (std::size_t end = lines.find('\n'); end != std::string::npos;
+       end = lines.find('\n', begin)) {
+    text += "  " + lines.substr(begin, end + 1 - begin);
+    begin = end + 1;
+  }
+  return text;
+}
+
+std::string listed(const std::vector<std::string>& words, const std::string& none) {
+  std::string text;
+  for (const std::string& word : words) {
+    text += (text.empty() ? "" : ", ") + word;
+  }
+  return text.empty() ? none : text;
+}
+
+std::string listed(const std::vector<Path>& paths) {
+  std::vector<std::string> words;
+  for (const Path& path : paths) {
+    words.push_back(oneLine(path.toString()));
+  }
+  return listed(words, "-");
+}
+
+std::string standingText(const InspectedClass& known) {
+  switch (known.standing()) {
+    case ClassStanding::Current:
+      return "the version known here";
+    case ClassStanding::Older:
+      return "older than here (" + std::to_string(*known.versionHere) + ")";
+    case ClassStanding::Newer:
+      return "newer than this library knows (" + std::to_string(*known.versionHere) + ")";
+    case ClassStanding::Unknown:
+      break;
+  }
+  return "not known here";
+}
+
+std::string stateText(const ArchivedModule& module) {
+  std::vector<std::string> words;
+  for (const auto& [isSet, word] :
+       {std::pair(module.flags.active, "active"), std::pair(module.flags.consistent, "consistent"),
+        std::pair(module.flags.inputOk, "input ok"), std::pair(module.flags.frozen, "frozen"),
+        std::pair(module.flags.skipped, "skipped"), std::pair(module.additional, "additional")}) {
+    if (isSet) {
+      words.emplace_back(word);
+    }
+  }
+  return listed(words, "-");
+}
+
+std::string placeText(const ArchivedModule& module, const ChainNames& chains) {
+  std::vector<std::string> others;
+  for (const Identifier& chain : module.mergeChainIds) {
+    others.push_back(chains.nameOf(chain));
+  }
+  const std::string own = chains.nameOf(module.chainId);
+  switch (module.insertMode) {
+    case ApplyModuleInsertInfo::AddToChain:
+      return own;
+    case ApplyModuleInsertInfo::StartSideChain:
+      return own + ", starts as a side chain of " + listed(others, chains.nameOf({}));
+    case ApplyModuleInsertInfo::StartFork:
+      return own + ", starts as a fork of " + listed(others, chains.nameOf({}));
+    case ApplyModuleInsertInfo::MergeFork:
+      return own + ", merges " + listed(others, "no chain");
+  }
+  return own + ", " + insertModeName(module.insertMode);
+}
+
+// The archive as text
+
+class ArchiveText {
+ public:
+  ArchiveText(const InspectedArchive& inspected, const std::string& title)
+      : archive(inspected), text(oneLine(title) + "\n  " + summary() + "\n") {}
+
+  void addProblems() {
+    std::string lines;
+    for (const ArchiveProblem& problem : archive.problems()) {
+      lines += oneLine(problem.toString()) + "\n";
+    }
+    addSection("Problems", lines);
+  }
+
+  void addClasses() {
+    TextTable table({{"class"}, {"version"}, {"blocks", TextTable::Align::Right}, {"here"}},
+                    kAnyWidth);
+    for (const InspectedClass& known : archive.classes) {
+      table.addRow({oneLine(known.name), std::to_string(known.version),
+                    std::to_string(known.blocks), standingText(known)});
+    }
+    addSection("Classes", archive.classes.empty() ? "" : table.text());
+  }
+
+  void addObjects() {
+    TextTable table({{"object"}, {"class"}, {"bytes"}}, kAnyWidth);
+    for (const ArchivedObject& object : archive.design.objects) {
+      table.addRow({objectName(object), oneLine(object.className),
+                    std::to_string(object.begin) + " to " + std::to_string(object.end)});
+    }
+    addSection("Objects", archive.design.objects.empty() ? "" : table.text());
+  }
+
+  void addModules() {
+    const ChainNames chains(snapshotOf(archive));
+    TextTable table({{"module"}, {"state"}, {"speed"}, {"chain"}}, kAnyWidth);
+    for (const ArchivedObject& object : archive.design.objects) {
+      if (object.module) {
+        table.addRow({objectName(object), stateText(*object.module),
+                      speedRateName(object.module->speedRate), placeText(*object.module, chains)});
+      }
+    }
+    addSection("Modules", moduleCount(archive) == 0 ? "" : table.text());
+  }
+
+  void addLinks() {
+    TextTable table({{"module"}, {"previous"}, {"next"}, {"start"}}, kAnyWidth);
+    for (const ApplyModuleData& record : archive.design.links) {
+      table.addRow({oneLine(record.path.toString()), listed(record.previousPaths),
+                    listed(record.nextPaths),
+                    record.startOfSideChain ? "start of a side chain" : ""});
+    }
+    addSection("Links", archive.design.links.empty() ? "" : table.text());
+  }
+
+  void addDroppedLinks() {
+    std::string lines;
+    for (const DroppedLink& link : archive.droppedLinks) {
+      lines += oneLine(link.toString()) + "\n";
+    }
+    addSection("Left out when the links are restored", lines);
+  }
+
+  void addBlocks() {
+    std::string lines;
+    for (const ArchivedBlock& block : archive.frames.blocks) {
+      lines += std::string(2 * block.depth, ' ') + std::to_string(block.begin) + " to " +
+               std::to_string(block.end) + " " + oneLine(block.className) + "\n";
+    }
+    addSection("Blocks", lines);
+  }
+
+  static std::size_t moduleCount(const InspectedArchive& archive) {
+    return static_cast<std::size_t>(
+        std::count_if(archive.design.objects.begin(), archive.design.objects.end(),
+                      [](const ArchivedObject& object) { return object.module.has_value(); }));
+  }
+
+  const std::string& get() const { return text; }
+
+ private:
+  std::string summary() const {
+    std::string line;
+    if (archive.frames.formatVersion) {
+      line += "format " + std::to_string(*archive.frames.formatVersion) + ", ";
+    }
+    line += counted(archive.frames.size, "byte", "bytes");
+    line += ", " + counted(archive.classes.size(), "class", "classes");
+    line += ", " + counted(archive.design.objects.size(), "object", "objects");
+    line += ", " + counted(moduleCount(archive), "module", "modules");
+    line += ", " + counted(archive.design.links.size(), "record of links", "records of links");
+    if (archive.design.bytesBehind > 0) {
+      line += ", " + counted(archive.design.bytesBehind, "byte", "bytes") +
+              " of the application's own behind them";
+    }
+    return line;
+  }
+
+  static std::string objectName(const ArchivedObject& object) {
+    if (object.hasPlace) {
+      return oneLine(object.path);
+    }
+    return object.path.empty() ? "(without a name)" : oneLine(object.path) + " (somewhere)";
+  }
+
+  void addSection(const std::string& heading, const std::string& lines) {
+    if (!lines.empty()) {
+      text += "\n" + heading + "\n" + indented(lines);
+    }
+  }
+
+  const InspectedArchive& archive;
+  std::string text;
+};
+
+// Comparisons
+
+std::string versionText(const std::optional<unsigned int>& version) {
+  return version ? "version " + std::to_string(*version) : "not there";
+}
+
+std::string factText(const ChangedFact& fact) {
+  return fact.before.empty() ? fact.what + " changed"
+                             : fact.what + " " + fact.before + " -> " + fact.after;
+}
+
+std::string linkText(const ComparedLink& link) {
+  const std::string ends = link.from + " -> " + link.to;
+  if (link.inNext && link.inPrevious) {
+    return ends;
+  }
+  return ends + (link.inNext ? " (only as a next module of the first)"
+                             : " (only as a previous module of the second)");
+}
+
+void addLine(std::string& text, const std::string& mark, const std::string& line) {
+  text += mark + " " + oneLine(line) + "\n";
+}
+
+void addObjectLines(std::string& text, const ArchiveComparison& comparison) {
+  for (const NamedObject& object : comparison.removedObjects) {
+    addLine(text, "-", "object " + object.path + ", " + object.className);
+  }
+  for (const NamedObject& object : comparison.addedObjects) {
+    addLine(text, "+", "object " + object.path + ", " + object.className);
+  }
+  for (const ChangedObject& object : comparison.changedObjects) {
+    std::vector<std::string> facts;
+    std::transform(object.facts.begin(), object.facts.end(), std::back_inserter(facts), factText);
+    addLine(text, "~", "object " + object.path + ": " + listed(facts, ""));
+  }
+}
+
+}  // namespace
+
+std::string textOf(const InspectedArchive& archive, const std::string& title, bool withBlocks) {
+  ArchiveText text(archive, title);
+  text.addProblems();
+  text.addClasses();
+  text.addObjects();
+  text.addModules();
+  text.addLinks();
+  text.addDroppedLinks();
+  if (withBlocks) {
+    text.addBlocks();
+  }
+  return text.get();
+}
+
+std::string textOf(const ArchiveComparison& comparison) {
+  std::string text;
+  for (const ComparedClass& known : comparison.classes) {
+    addLine(text, known.versionBefore ? (known.versionAfter ? "~" : "-") : "+",
+            "class " + known.name + ": " + versionText(known.versionBefore) + " -> " +
+                versionText(known.versionAfter));
+  }
+  addObjectLines(text, comparison);
+  for (const ComparedLink& link : comparison.removedLinks) {
+    addLine(text, "-", "link " + linkText(link));
+  }
+  for (const ComparedLink& link : comparison.addedLinks) {
+    addLine(text, "+", "link " + linkText(link));
+  }
+  if (comparison.bytesBehindDiffer) {
+    addLine(text, "~", "the application's own values behind the links changed");
+  }
+  return text;
+}
+
+}  // namespace Tessaril::Diagnostics
