@@ -1,0 +1,342 @@
+#include "diagnostics/run/RunEstimate.h"
+
+#include <algorithm>
+#include <queue>
+#include <stdexcept>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "diagnostics/run/RunJson.h"
+#include "diagnostics/run/RunReasons.h"
+#include "diagnostics/run/TextTable.h"
+#include "tessaril/commands/ApplyUpdateInfo.h"
+#include "tessaril/graph/ApplyGraph.h"
+#include "tessaril/module/ApplyModule.h"
+
+// The decisions of an update, without its commands: the modules on the way to the end in graph
+// order, those off the way with everything behind them, and, with a horizon, what follows the end.
+
+namespace Tessaril::Diagnostics {
+namespace {
+
+using ModulePtr = std::shared_ptr<ApplyModule>;
+using ModuleSet = std::unordered_set<ModulePtr>;
+using ModuleQueue = std::queue<ModulePtr>;
+
+constexpr std::size_t kWidestName = 24;
+
+class Rehearsal {
+ public:
+  Rehearsal(const RunRange& range, const EstimateOptions& options)
+      : start(range.start.lock()), end(range.end.lock()), horizon(range.horizon.lock()) {
+    if (start == nullptr || end == nullptr) {
+      throw std::invalid_argument("cannot estimate an update without a start and an end module");
+    }
+    const ApplyUpdateInfo noMessages;
+    for (const RangeModule& member : modulesOf(range, options.nameModule)) {
+      EstimatedStep& step = estimate.steps.emplace_back();
+      step.name = member.name;
+      step.module = member.module;
+      step.place = member.place;
+      step.answers = askModule(*member.module, noMessages, member.module == end);
+      step.flags = flagsOf(*member.module);
+      indices.emplace(member.module.get(), modules.size());
+      modules.push_back(member.module);
+    }
+    lastApply.resize(modules.size());
+    estimate.start = nameOf(start);
+    estimate.end = nameOf(end);
+    estimate.horizon = horizon == nullptr ? std::string() : nameOf(horizon);
+  }
+
+  RunEstimate run() {
+    start->gatherAllSuccessors(scope, end);
+    scope.insert(start);
+    queue.push(start);
+    while (const ModulePtr module = ApplyGraph::getNextModuleInOrder(queue, visited, scope)) {
+      handleSubGraphs();
+      decide(module);
+    }
+    if (horizon != nullptr && subGraphs.empty()) {
+      pushNext(end, subGraphs);
+    }
+    handleSubGraphs();
+    return ordered();
+  }
+
+ private:
+  std::size_t indexOf(const ModulePtr& module) const { return indices.at(module.get()); }
+  EstimatedStep& stepOf(const ModulePtr& module) { return estimate.steps[indexOf(module)]; }
+
+  /// A start that the end does not depend on leads to modules that are all off the way.
+  std::string nameOf(const ModulePtr& module) const {
+    const auto place = indices.find(module.get());
+    return place == indices.end() ? "?" : estimate.steps[place->second].name;
+  }
+
+  static void pushNext(const ModulePtr& module, ModuleQueue& into) {
+    for (const auto& link : module->getNextApplyModules()) {
+      if (const ModulePtr next = link.lock()) {
+        into.push(next);
+      }
+    }
+  }
+
+  void decide(const ModulePtr& module) {
+    EstimatedStep& step = stepOf(module);
+    const PolicyAnswers& answers = step.answers;
+    const bool isNeeded = answers.updateInfoRelevant || answers.applyNecessary;
+    const bool isOnTheWay = step.place == Place::OnTheWay;
+    if (isOnTheWay && answers.applyPossible && isNeeded && !endReached) {
+      hasApplied = true;
+      settle(module, Prospect::FullApply, need(step));
+    } else if (hasApplied && answers.autoApplyPossible && answers.autoApplyNecessary) {
+      if (endReached || !isOnTheWay) {
+        rehearseSubGraph(module);
+        visited.insert(module);
+        return;
+      }
+      settle(module, Prospect::AutoApply, need(step));
+    } else if (hasApplied) {
+      settle(module, Prospect::SignalOnly,
+             need(step) + "; " + noAutoApplyReason(answers, step.flags, false));
+    } else {
+      settle(module, Prospect::PassedOver, need(step));
+    }
+    endReached = endReached || module == end;
+    queueNext(module);
+  }
+
+  void queueNext(const ModulePtr& module) {
+    for (const auto& link : module->getNextApplyModules()) {
+      const ModulePtr next = link.lock();
+      if (next == nullptr) {
+        continue;
+      }
+      if (stepOf(next).place == Place::OnTheWay) {
+        queue.push(next);
+      } else if (hasApplied) {
+        subGraphs.push(next);
+      }
+    }
+  }
+
+  void handleSubGraphs() {
+    while (!subGraphs.empty()) {
+      const ModulePtr root = subGraphs.front();
+      subGraphs.pop();
+      rehearseSubGraph(root);
+    }
+  }
+
+  void rehearseSubGraph(const ModulePtr& root) {
+    ModuleSet subGraph;
+    root->gatherAllSuccessors(subGraph, nullptr);
+    subGraph.insert(root);
+    ModuleQueue pending;
+    pending.push(root);
+    while (const ModulePtr module = ApplyGraph::getNextModuleInOrder(pending, visited, subGraph)) {
+      settle(module, Prospect::AutoApply, whereIs(stepOf(module)));
+      pushNext(module, pending);
+    }
+  }
+
+  void settle(const ModulePtr& module, Prospect prospect, const std::string& reason) {
+    EstimatedStep& step = stepOf(module);
+    step.prospect = prospect;
+    step.reason = reason;
+    visited.insert(module);
+    order.push_back(indexOf(module));
+  }
+
+  static std::string need(const EstimatedStep& step) {
+    return needOf(step.answers, step.flags, {});
+  }
+
+  std::string whereIs(const EstimatedStep& step) const {
+    switch (step.place) {
+      case Place::OnTheWay:
+        return "behind " + estimate.end;
+      case Place::OffTheWay:
+        return "off the way to " + estimate.end;
+      case Place::BehindEnd:
+        return "behind " + estimate.end;
+    }
+    return {};
+  }
+
+  bool isApplied(std::size_t index) const {
+    const Prospect prospect = estimate.steps[index].prospect;
+    return prospect == Prospect::FullApply || prospect == Prospect::AutoApply;
+  }
+
+  /// The steps in the order of the run, with what may change them.
+  RunEstimate ordered() {
+    std::vector<std::size_t> places(modules.size(), 0);
+    for (std::size_t place = 0; place < order.size(); ++place) {
+      places[order[place]] = place + 1;
+    }
+    findLastApplies(places);
+    RunEstimate result = std::move(estimate);
+    std::vector<EstimatedStep> unordered = std::exchange(result.steps, {});
+    for (const std::size_t index : order) {
+      EstimatedStep& step = result.steps.emplace_back(std::move(unordered[index]));
+      if (lastApply[index] > 0) {
+        step.mayChangeBy = lastApply[index] - 1;
+        step.reason += "; " + result.steps[*step.mayChangeBy].name +
+                       " before it would be applied, and may change the answer";
+      }
+    }
+    for (std::size_t index = 0; index < modules.size(); ++index) {
+      if (places[index] == 0) {
+        EstimatedStep& step = result.steps.emplace_back(std::move(unordered[index]));
+        step.reason = notReached(step, result.end);
+      }
+    }
+    return result;
+  }
+
+  /// For each module the place, from 1, of the last apply among what it depends on.
+  void findLastApplies(const std::vector<std::size_t>& places) {
+    for (std::size_t index = 0; index < modules.size(); ++index) {
+      for (const auto& link : modules[index]->getPreviousApplyModules()) {
+        const auto previous = indices.find(link.lock().get());
+        if (previous == indices.end()) {
+          continue;
+        }
+        const std::size_t place = isApplied(previous->second) ? places[previous->second] : 0;
+        if (const std::size_t last = std::max(place, lastApply[previous->second]);
+            places[index] == 0 || last < places[index]) {
+          lastApply[index] = std::max(lastApply[index], last);
+        }
+      }
+    }
+  }
+
+  std::string notReached(const EstimatedStep& step, const std::string& endName) const {
+    switch (step.place) {
+      case Place::OnTheWay:
+        return "it lies on or behind a cycle, or nothing that leads to it starts at the start";
+      case Place::OffTheWay:
+        return "off the way to " + endName + "; nothing before it would be applied";
+      case Place::BehindEnd:
+        return "behind " + endName +
+               (horizon == nullptr ? ", where the update ends" : "; it waits for a cycle");
+    }
+    return {};
+  }
+
+  ModulePtr start;
+  ModulePtr end;
+  ModulePtr horizon;
+  RunEstimate estimate;
+  std::vector<ModulePtr> modules;
+  std::unordered_map<const ApplyModule*, std::size_t> indices;
+  std::vector<std::size_t> order;
+  std::vector<std::size_t> lastApply;
+  ModuleSet scope;
+  ModuleSet visited;
+  ModuleQueue queue;
+  ModuleQueue subGraphs;
+  bool hasApplied = false;
+  bool endReached = false;
+};
+
+}  // namespace
+
+std::string prospectName(Prospect prospect) {
+  switch (prospect) {
+    case Prospect::FullApply:
+      return "full apply";
+    case Prospect::AutoApply:
+      return "auto apply";
+    case Prospect::SignalOnly:
+      return "signal only";
+    case Prospect::PassedOver:
+      return "passed over";
+    case Prospect::NotReached:
+      return "not reached";
+  }
+  return {};
+}
+
+RunEstimate explainBefore(const RunRange& range, const EstimateOptions& options) {
+  return Rehearsal(range, options).run();
+}
+
+RunEstimate explainBefore(const ModulePtr& start, const ModulePtr& end,
+                          const std::shared_ptr<Object>& object) {
+  return explainBefore(RunRange{object, start, end, {}});
+}
+
+namespace {
+
+std::string answersCell(const PolicyAnswers& answers) {
+  std::string text;
+  const auto add = [&text](bool answer, char letter) { text += answer ? letter : '-'; };
+  add(answers.updateInfoRelevant, 'r');
+  add(answers.applyNecessary, 'n');
+  add(answers.applyPossible, 'p');
+  text += ' ';
+  add(answers.autoApplyNecessary, 'n');
+  add(answers.autoApplyPossible, 'p');
+  text += ' ';
+  add(answers.updateAlways, 'a');
+  add(answers.usesSharedResources, 's');
+  return text;
+}
+
+constexpr const char* kLegend =
+    "\nAnswers: of the full apply relevant (r), necessary (n), possible (p); of the auto apply"
+    "\nnecessary (n), possible (p); updates always (a), uses shared resources (s); - for no.\n";
+
+}  // namespace
+
+std::string tableOf(const RunEstimate& estimate, std::size_t width) {
+  using Align = TextTable::Align;
+  TextTable table({{"#", Align::Right, 0},
+                   {"module", Align::Left, kWidestName},
+                   {"would be", Align::Left, 0},
+                   {"answers", Align::Left, 0},
+                   {"why", Align::Left, 0}},
+                  width);
+  std::size_t number = 0;
+  for (const EstimatedStep& step : estimate.steps) {
+    const bool isReached = step.prospect != Prospect::NotReached;
+    const std::string doubt = step.mayChangeBy ? "?" : "";
+    table.addRow({isReached ? std::to_string(++number) : std::string(), step.name,
+                  prospectName(step.prospect) + doubt, answersCell(step.answers), step.reason});
+  }
+  std::string heading =
+      "First estimate of an update from " + estimate.start + " to " + estimate.end;
+  heading += estimate.horizon.empty() ? "" : ", horizon " + estimate.horizon;
+  heading += "; answers may change during the run, and messages travel only then";
+  std::string text;
+  for (const std::string& line : brokenInto(width, heading)) {
+    text += line + "\n";
+  }
+  return text + "\n" + table.text() + kLegend;
+}
+
+nlohmann::ordered_json toJson(const RunEstimate& estimate) {
+  using Json = nlohmann::ordered_json;
+  Json steps = Json::array();
+  for (const EstimatedStep& step : estimate.steps) {
+    steps.push_back({{"module", step.name},
+                     {"place", placeKey(step.place)},
+                     {"prospect", prospectName(step.prospect)},
+                     {"reason", step.reason},
+                     {"mayChangeBy", step.mayChangeBy ? Json(estimate.steps[*step.mayChangeBy].name)
+                                                      : Json(nullptr)},
+                     {"answers", toJson(std::optional(step.answers))},
+                     {"flags", toJson(std::optional(step.flags))}});
+  }
+  return {{"isEstimate", true},
+          {"start", estimate.start},
+          {"end", estimate.end},
+          {"horizon", estimate.horizon.empty() ? Json(nullptr) : Json(estimate.horizon)},
+          {"steps", std::move(steps)}};
+}
+
+}  // namespace Tessaril::Diagnostics

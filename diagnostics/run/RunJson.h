@@ -1,0 +1,22 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "diagnostics/run/RunReport.h"
+
+// Internal: parts that several outputs write.
+
+namespace Tessaril::Diagnostics {
+
+/// What is not known is null.
+nlohmann::ordered_json toJson(const std::optional<PolicyAnswers>& answers);
+nlohmann::ordered_json toJson(const std::optional<SnapshotFlags>& flags);
+/// "onTheWay", "offTheWay", "behindEnd".
+std::string placeKey(Place place);
+
+template <typename T>
+nlohmann::ordered_json orNull(const std::optional<T>& value) {
+  return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
+}
+
+}  // namespace Tessaril::Diagnostics
