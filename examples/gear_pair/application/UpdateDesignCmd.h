@@ -28,7 +28,7 @@ struct StepEvent {
 /// the cache of tooth forms, an account of what was done, and listeners that hear of each step.
 ///
 /// The library's part decides which modules are applied; nothing here knows what has changed.
-class UpdateDesignCmd final : public Tessaril::UpdateApplyModulesCmd {
+class UpdateDesignCmd : public Tessaril::UpdateApplyModulesCmd {
  public:
   /// Called on the thread of the update before a module is applied; true: auto apply.
   using StepSignal = Tessaril::Signals::Signal<void(const DesignModule&, bool)>;
