@@ -186,3 +186,7 @@ install(
         "${CMAKE_CURRENT_BINARY_DIR}/packaging/TessarilApplyConfigVersion.cmake"
   DESTINATION "${package_dir}"
   COMPONENT apply_development)
+
+if(PROJECT_IS_TOP_LEVEL)
+  include(cmake/Packaging.cmake)
+endif()

@@ -1,0 +1,217 @@
+# Installs the library and uses it as other projects do, in a folder of its own.
+#
+# KIND         what is installed, and how: see the end of this file
+# SOURCE_DIR   the library's sources
+# BUILD_DIR    where they are built, for what is installed from there
+# WORK_DIR     made anew
+# COMPILER, BUILD_TYPE, LAUNCHER   for what is built here
+
+set(here "${CMAKE_CURRENT_LIST_DIR}")
+set(update_output "Update Design up to: Apply roof: 9, 1\nundone: 0, 0\n")
+set(stored_output "requirements -> parts -> mesh (frozen)\n")
+
+function(fail why)
+  message(NOTICE "${why}")
+  message(FATAL_ERROR "See above.")
+endfunction()
+
+# Says what was said only when it fails. Leaves the standard output in `output`.
+function(run)
+  execute_process(
+    COMMAND ${ARGN}
+    WORKING_DIRECTORY "${WORK_DIR}"
+    RESULT_VARIABLE result
+    OUTPUT_VARIABLE said
+    ERROR_VARIABLE complained)
+  if(NOT result EQUAL 0)
+    string(JOIN " " command ${ARGN})
+    fail("${command}\n${said}\n${complained}\nended with ${result}")
+  endif()
+  set(output
+      "${said}"
+      PARENT_SCOPE)
+endfunction()
+
+function(expect_output expected)
+  run(${ARGN})
+  if(NOT output STREQUAL expected)
+    fail("${ARGN} said\n${output}\ninstead of\n${expected}")
+  endif()
+endfunction()
+
+function(configure source build)
+  run("${CMAKE_COMMAND}"
+      -S
+      "${source}"
+      -B
+      "${WORK_DIR}/${build}"
+      -G
+      Ninja
+      "-DCMAKE_CXX_COMPILER=${COMPILER}"
+      "-DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}"
+      "-DCMAKE_BUILD_TYPE=${BUILD_TYPE}"
+      # Nothing that happens to be installed on this machine.
+      -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF
+      ${ARGN})
+endfunction()
+
+function(build tree)
+  run("${CMAKE_COMMAND}" --build "${WORK_DIR}/${tree}" -j 2 ${ARGN})
+endfunction()
+
+function(install build prefix)
+  run("${CMAKE_COMMAND}" --install "${build}" --prefix "${WORK_DIR}/${prefix}")
+endfunction()
+
+# The library alone.
+function(build_library build)
+  configure(
+    "${SOURCE_DIR}"
+    ${build}
+    -DTESSARIL_BUILD_TESTS=OFF
+    -DTESSARIL_BUILD_EXAMPLES=OFF
+    -DTESSARIL_BUILD_DIAGNOSTICS=OFF
+    ${ARGN})
+  build(${build})
+endfunction()
+
+# No file that people or programs read names a place of this machine, and libraries are found from
+# where they are.
+function(expect_relocatable prefix)
+  file(GLOB_RECURSE files "${WORK_DIR}/${prefix}/*")
+  list(LENGTH files count)
+  if(count LESS 50)
+    fail("Only ${count} files have been installed")
+  endif()
+  foreach(file IN LISTS files)
+    if(file MATCHES "\\.(a|so[.0-9]*)$" OR file MATCHES "/bin/")
+      continue()
+    endif()
+    file(READ "${file}" text)
+    foreach(place IN ITEMS "${WORK_DIR}" "${SOURCE_DIR}" "${BUILD_DIR}")
+      string(FIND "${text}" "${place}" found)
+      if(NOT found EQUAL -1)
+        fail("${file} names ${place}")
+      endif()
+    endforeach()
+  endforeach()
+endfunction()
+
+# To where it was not installed.
+function(move prefix)
+  file(RENAME "${WORK_DIR}/${prefix}" "${WORK_DIR}/moved ${prefix}")
+endfunction()
+
+# The README's program.
+function(extract_program)
+  run("${CMAKE_COMMAND}" "-DDOCUMENT=${SOURCE_DIR}/README.md" "-DPROGRAM=${WORK_DIR}/update.cpp" -P
+      "${SOURCE_DIR}/tests/docs/ExtractProgram.cmake")
+endfunction()
+
+function(use_through_cmake prefix)
+  set(ENV{CMAKE_PREFIX_PATH} "${WORK_DIR}/${prefix}:$ENV{CMAKE_PREFIX_PATH}")
+  configure("${here}/application" application "-DUPDATE_PROGRAM=${WORK_DIR}/update.cpp" ${ARGN})
+  build(application)
+  expect_output("${update_output}" "${WORK_DIR}/application/update")
+  expect_output("${stored_output}" "${WORK_DIR}/application/stored")
+endfunction()
+
+function(use_through_pkgconfig prefix)
+  file(GLOB_RECURSE descriptions "${WORK_DIR}/${prefix}/*/tessaril-apply.pc")
+  get_filename_component(directory "${descriptions}" DIRECTORY)
+  get_filename_component(libraries "${directory}" DIRECTORY)
+  set(ENV{PKG_CONFIG_PATH} "${directory}")
+  run(pkg-config --cflags --libs tessaril-apply)
+  separate_arguments(flags UNIX_COMMAND "${output}")
+  run("${COMPILER}" -std=c++20 -o through_pkgconfig update.cpp ${flags} "-Wl,-rpath,${libraries}")
+  expect_output("${update_output}" "${WORK_DIR}/through_pkgconfig")
+endfunction()
+
+# A field of a package that cpack has made, whose file the variable of its name tells from now on.
+function(expect_field package field pattern)
+  file(GLOB file "${WORK_DIR}/packages/${package}_*.deb")
+  set(${package}
+      "${file}"
+      PARENT_SCOPE)
+  list(APPEND packages ${package})
+  set(packages
+      ${packages}
+      PARENT_SCOPE)
+  run(dpkg-deb --field "${file}" ${field})
+  if(NOT output MATCHES "${pattern}")
+    fail("${package} has the ${field} ${output}instead of ${pattern}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE "${WORK_DIR}")
+file(MAKE_DIRECTORY "${WORK_DIR}")
+extract_program()
+
+if(KIND STREQUAL "shared")
+  # What this build tree has built.
+  install("${BUILD_DIR}" installed)
+  expect_relocatable(installed)
+  move(installed)
+  use_through_cmake("moved installed")
+  use_through_pkgconfig("moved installed")
+
+elseif(KIND STREQUAL "static")
+  build_library(library -DBUILD_SHARED_LIBS=OFF)
+  install("${WORK_DIR}/library" installed)
+  expect_relocatable(installed)
+  move(installed)
+  use_through_cmake("moved installed")
+  use_through_pkgconfig("moved installed")
+
+elseif(KIND STREQUAL "foreign_services")
+  # The host's services are a package of their own, which the library's package names.
+  configure("${here}/workshop" services)
+  build(services)
+  install("${WORK_DIR}/services" services_installed)
+  set(ENV{CMAKE_PREFIX_PATH} "${WORK_DIR}/services_installed")
+  build_library(
+    library "-DTESSARIL_PLATFORM_DIR=${here}/workshop/services"
+    -DTESSARIL_PLATFORM_TARGET=Workshop::Services
+    "-DTESSARIL_PLATFORM_PACKAGE=WorkshopServices 2.3")
+  install("${WORK_DIR}/library" installed)
+  expect_relocatable(installed)
+  move(installed)
+  use_through_cmake(
+    "moved installed"
+    "-DCONFORMANCE_HOST=${here}/workshop/ConformanceHost.cpp"
+    "-DCONFORMANCE_INCLUDES=${here}/workshop/implementation"
+    -DSERVICES=Workshop::Services)
+  run("${WORK_DIR}/application/conformance" --gtest_brief=1)
+  string(REGEX MATCH "\\[  PASSED  \\] ([0-9]+) tests" passed "${output}")
+  message(STATUS "The conformance tests: ${CMAKE_MATCH_1} passed")
+  if(NOT CMAKE_MATCH_1 GREATER 300)
+    fail("Too few conformance tests were run:\n${output}")
+  endif()
+
+elseif(KIND STREQUAL "foreign_services_in_tree")
+  configure("${here}/workshop_in_tree" application "-DTESSARIL_SOURCE_DIR=${SOURCE_DIR}"
+            "-DUPDATE_PROGRAM=${WORK_DIR}/update.cpp")
+  build(application)
+  expect_output("${update_output}" "${WORK_DIR}/application/update")
+
+elseif(KIND STREQUAL "debian")
+  run("${CMAKE_CPACK_COMMAND}" --config "${BUILD_DIR}/CPackConfig.cmake" -B "${WORK_DIR}/packages")
+  expect_field(libtessaril-apply1 Depends "libtessaril-reference-platform1 \\(= .*libc6 .*libstdc")
+  expect_field(libtessaril-reference-platform1 Depends "libc6 .*zlib1g")
+  expect_field(libtessaril-apply-dev Depends
+               "libtessaril-apply1 \\(= .*libtessaril-reference-platform-dev \\(= ")
+  expect_field(libtessaril-reference-platform-dev Depends "libtessaril-reference-platform1 \\(= ")
+  # The library alone is no place for what is needed to build with it.
+  run(dpkg-deb --contents "${libtessaril-apply1}")
+  if(output MATCHES "include|cmake|\\.so\n")
+    fail("The package of the library holds\n${output}")
+  endif()
+  foreach(package IN LISTS packages)
+    run(dpkg-deb --extract "${${package}}" installed)
+  endforeach()
+  use_through_cmake(installed/usr)
+  use_through_pkgconfig(installed/usr)
+
+else()
+  fail("Nothing is known about \"${KIND}\"")
+endif()
