@@ -52,6 +52,23 @@ std::string escapedForQuotes(std::string_view text) {
   return escaped;
 }
 
+std::string fontMarkup(std::string_view content, std::string_view size, std::string_view colour) {
+  return "<FONT POINT-SIZE=" + inQuotes(size) + " COLOR=" + inQuotes(colour) + ">" +
+         std::string(content) + "</FONT>";
+}
+
+std::string tableMarkup(std::string_view rows, std::string_view spacing) {
+  return "<TABLE BORDER=\"0\" CELLBORDER=\"0\" CELLPADDING=\"0\" CELLSPACING=" + inQuotes(spacing) +
+         ">" + std::string(rows) + "</TABLE>";
+}
+
+std::string rowMarkup(std::string_view cells) { return "<TR>" + std::string(cells) + "</TR>"; }
+
+std::string cellMarkup(std::string_view content, std::string_view attributes) {
+  return "<TD" + (attributes.empty() ? std::string() : ' ' + std::string(attributes)) + ">" +
+         std::string(content) + "</TD>";
+}
+
 DotAttributes& DotAttributes::set(std::string_view name, std::string_view value) {
   values.emplace_back(name, inQuotes(value));
   return *this;

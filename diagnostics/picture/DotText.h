@@ -15,6 +15,15 @@ std::string escapedForHtml(std::string_view text);
 /// Line breaks stay line breaks.
 std::string escapedForQuotes(std::string_view text);
 
+// Pieces of HTML-like labels. What they are given is markup already.
+
+std::string fontMarkup(std::string_view content, std::string_view size, std::string_view colour);
+/// A table without borders.
+std::string tableMarkup(std::string_view rows, std::string_view spacing = "0");
+std::string rowMarkup(std::string_view cells);
+/// `attributes` as they stand in the tag.
+std::string cellMarkup(std::string_view content, std::string_view attributes = {});
+
 /// The attributes of one statement, in the order in which they were added.
 class DotAttributes {
  public:

@@ -1,136 +1,133 @@
 #include "diagnostics/picture/Legend.h"
 
+#include <algorithm>
 #include <array>
+#include <utility>
+#include <vector>
 
 namespace Tessaril::Diagnostics {
 namespace {
 
 constexpr std::string_view kDoubleAlarm = "#a61b1b:#ffffff:#a61b1b";
 
-enum class Sample { kNode, kChip, kBar, kLine, kCross, kMore };
+enum class Group { kState, kWord, kPlace, kLink };
 
 struct Explanation {
   Sign sign;
-  Sample sample;
+  Group group;
   std::string_view text;
 };
 
 constexpr std::array kExplanations{
-    Explanation{Sign::kConsistent, Sample::kNode, "consistent"},
-    Explanation{Sign::kInconsistent, Sample::kNode, "inconsistent"},
-    Explanation{Sign::kStateUnknown, Sample::kNode, "state not known"},
-    Explanation{Sign::kInactive, Sample::kNode, "inactive"},
-    Explanation{Sign::kInputNotOk, Sample::kChip, "input not ok"},
-    Explanation{Sign::kFrozen, Sample::kChip, "frozen"},
-    Explanation{Sign::kSkipped, Sample::kChip, "skipped"},
-    Explanation{Sign::kAdditional, Sample::kChip, "additional module"},
-    Explanation{Sign::kNotThere, Sample::kChip, "named, but not there"},
-    Explanation{Sign::kNoRecord, Sample::kChip, "named, without record"},
-    Explanation{Sign::kSeveralRecords, Sample::kChip, "several records"},
-    Explanation{Sign::kFailed, Sample::kChip, "failed in the last run"},
-    Explanation{Sign::kDuration, Sample::kBar, "of the longest duration"},
-    Explanation{Sign::kSideChainStart, Sample::kNode, "starts a side chain"},
-    Explanation{Sign::kForkStart, Sample::kNode, "starts a fork"},
-    Explanation{Sign::kMerge, Sample::kNode, "merge"},
-    Explanation{Sign::kMainLine, Sample::kLine, "main chain"},
-    Explanation{Sign::kOneSided, Sample::kLine, "one-sided link"},
-    Explanation{Sign::kRepeated, Sample::kLine, "repeated link"},
-    Explanation{Sign::kCycle, Sample::kLine, "part of a cycle"},
-    Explanation{Sign::kDead, Sample::kCross, "dead entry"},
-    Explanation{Sign::kHidden, Sample::kMore, "not shown"},
+    Explanation{Sign::kConsistent, Group::kState, "consistent"},
+    Explanation{Sign::kInconsistent, Group::kState, "inconsistent"},
+    Explanation{Sign::kStateUnknown, Group::kState, "state not known"},
+    Explanation{Sign::kInactive, Group::kState, "inactive"},
+    Explanation{Sign::kInputNotOk, Group::kWord, "input not ok"},
+    Explanation{Sign::kFrozen, Group::kWord, "frozen"},
+    Explanation{Sign::kSkipped, Group::kWord, "skipped"},
+    Explanation{Sign::kAdditional, Group::kWord, "additional"},
+    Explanation{Sign::kNotThere, Group::kWord, "not there"},
+    Explanation{Sign::kNoRecord, Group::kWord, "no record"},
+    Explanation{Sign::kSeveralRecords, Group::kWord, "several records"},
+    Explanation{Sign::kFailed, Group::kWord, "failed"},
+    Explanation{Sign::kSideChainStart, Group::kPlace, "starts a side chain"},
+    Explanation{Sign::kForkStart, Group::kPlace, "starts a fork"},
+    Explanation{Sign::kMerge, Group::kPlace, "merge"},
+    Explanation{Sign::kMainLine, Group::kLink, "main chain"},
+    Explanation{Sign::kOneSided, Group::kLink, "in one list only"},
+    Explanation{Sign::kRepeated, Group::kLink, "repeated"},
+    Explanation{Sign::kCycle, Group::kLink, "on a cycle"},
+    Explanation{Sign::kDead, Group::kLink, "dead entry"},
+    Explanation{Sign::kHidden, Group::kLink, "not shown"},
+    Explanation{Sign::kDuration, Group::kLink, "share of the longest duration"},
 };
 
-/// Names of the nodes of the legend. They never meet those of modules, which begin with "m".
-std::string nameOf(std::size_t entry) { return "legend" + std::to_string(entry); }
-
 std::string written(std::string_view text, const PictureStyle& style) {
-  return "<FONT POINT-SIZE=\"" + std::string(style.legendFontSize) + "\" COLOR=\"" +
-         std::string(Colours::kFaintInk) + "\">" + std::string(text) + "</FONT>";
+  return fontMarkup(text, style.legendFontSize, Colours::kFaintInk);
 }
 
-/// A sample with its text to the right.
-std::string besideText(std::string_view sampleCell, std::string_view text,
-                       const PictureStyle& style) {
-  return "<TABLE BORDER=\"0\" CELLBORDER=\"0\" CELLPADDING=\"0\" CELLSPACING=\"3\"><TR>" +
-         std::string(sampleCell) + "<TD>" + written(text, style) + "</TD></TR></TABLE>";
+/// A horizontal line: the borders, on these sides, of a flat cell between two empty ones.
+std::string lineSample(std::string_view border) {
+  const std::string empty = rowMarkup(cellMarkup("", R"(HEIGHT="4")"));
+  return tableMarkup(
+      empty + rowMarkup(cellMarkup("", R"(WIDTH="26" HEIGHT="3" )" + std::string(border))) + empty);
 }
 
-DotAttributes plainNode(std::string_view label) {
-  DotAttributes node;
-  node.set("shape", "plain").set("style", "").html("label", label);
-  return node;
-}
-
-std::string statement(const std::string& name, const DotAttributes& attributes) {
-  return "    " + name + ' ' + attributes.inBrackets() + ";\n";
-}
-
-std::string lineSample(const std::string& name, const Explanation& entry,
-                       const PictureStyle& style) {
-  DotAttributes end;
-  end.set("shape", "point").set("width", "0.02").set("color", Colours::kFaintLine);
-  DotAttributes line = lineOf({entry.sign}, style);
-  line.set("minlen", "2");
-  return "    { rank=same;\n  " + statement(name + "a", end) + "  " +
-         statement(name, plainNode(written(entry.text, style))) + "      " + name + "a -> " + name +
-         ' ' + line.inBrackets() + ";\n    }\n";
-}
-
-std::string sampleOf(const std::string& name, const Explanation& entry, const PictureStyle& style) {
-  DotAttributes node;
-  switch (entry.sample) {
-    case Sample::kLine:
-      return lineSample(name, entry, style);
-    case Sample::kNode:
-      node = nodeOf({entry.sign});
-      node.html("label", written(entry.text, style));
-      break;
-    case Sample::kChip:
-      node = plainNode(besideText(chipOf(entry.sign, style), entry.text, style));
-      break;
-    case Sample::kBar:
-      node = plainNode(besideText("<TD>" + barOf(0.4, style) + "</TD>", entry.text, style));
-      break;
-    case Sample::kCross:
-      node = plainNode(besideText("<TD>" + crossMarkup() + "</TD>", entry.text, style));
-      break;
-    case Sample::kMore:
-      node = plainNode(besideText("<TD>" + moreMarkup(2, style) + "</TD>", entry.text, style));
-      break;
+std::string sampleOf(const Explanation& entry, const PictureStyle& style) {
+  switch (entry.sign) {
+    case Sign::kDuration:
+      return barOf(0.4, 26);
+    case Sign::kMainLine:
+      return lineSample(R"(BGCOLOR="#334155")");
+    case Sign::kOneSided:
+      return lineSample(R"(BORDER="1" SIDES="B" STYLE="DASHED" COLOR="#a61b1b")");
+    case Sign::kRepeated:
+      return fontMarkup("2 times", style.smallFontSize, Colours::kAlarm);
+    case Sign::kCycle:
+      return lineSample(R"(BORDER="1" SIDES="TB" COLOR="#a61b1b")");
+    case Sign::kDead:
+      return crossMarkup();
+    case Sign::kHidden:
+      return moreMarkup(2, style);
+    default:
+      return {};
   }
-  return statement(name, node);
 }
 
-std::string heading() {
-  DotAttributes cluster;
-  cluster.html("label", "<B>Legend</B>")
-      .set("style", "rounded")
-      .set("color", Colours::kBarGround)
-      .set("fontcolor", Colours::kFaintInk);
-  return "    " + cluster.asStatements() + '\n';
+std::string sampleCell(const Explanation& entry, const PictureStyle& style) {
+  if (entry.group == Group::kState || entry.group == Group::kPlace) {
+    return cellMarkup(sampleBoxOf({entry.sign}, style));
+  }
+  const std::string chip = chipOf(entry.sign, style);
+  return chip.empty() ? cellMarkup(sampleOf(entry, style)) : chip;
+}
+
+/// The sample, and what it means. A word on a module says itself what it means.
+std::string cellsOf(const Explanation& entry, const PictureStyle& style) {
+  const bool saysItself =
+      !style.brief && !chipOf(entry.sign, style).empty() && entry.group == Group::kWord;
+  return sampleCell(entry, style) +
+         cellMarkup(saysItself ? std::string() : written(entry.text, style), R"(ALIGN="LEFT")");
+}
+
+using Column = std::vector<const Explanation*>;
+
+std::vector<Column> columnsOf(const Signs& signs) {
+  std::vector<Column> columns;
+  for (const Group group : {Group::kState, Group::kWord, Group::kPlace, Group::kLink}) {
+    Column column;
+    for (const Explanation& entry : kExplanations) {
+      if (entry.group == group && signs.contains(entry.sign)) {
+        column.push_back(&entry);
+      }
+    }
+    if (!column.empty()) {
+      columns.push_back(std::move(column));
+    }
+  }
+  return columns;
 }
 
 }  // namespace
 
-std::string legendOf(const Signs& signs, const PictureStyle& style) {
-  std::string samples;
-  std::string column;
-  std::size_t count = 0;
-  for (const Explanation& entry : kExplanations) {
-    if (signs.contains(entry.sign)) {
-      const std::string name = nameOf(count++);
-      samples += sampleOf(name, entry, style);
-      column += (column.empty() ? "" : " -> ") + name;
+std::string legendTable(const Signs& signs, const PictureStyle& style) {
+  const std::vector<Column> columns = columnsOf(signs);
+  std::size_t height = 0;
+  for (const Column& column : columns) {
+    height = std::max(height, column.size());
+  }
+  std::string rows;
+  for (std::size_t row = 0; row < height; ++row) {
+    std::string cells;
+    for (const Column& column : columns) {
+      cells += cells.empty() ? "" : cellMarkup("", R"(WIDTH="8")");
+      cells +=
+          row < column.size() ? cellsOf(*column[row], style) : cellMarkup("", R"(COLSPAN="2")");
     }
+    rows += rowMarkup(cells);
   }
-  if (samples.empty()) {
-    return {};
-  }
-  std::string text = "  subgraph cluster_legend {\n" + heading() + samples;
-  if (count > 1) {
-    text += "    " + column + " [style=invis, weight=100];\n";
-  }
-  return text + "  }\n";
+  return rows.empty() ? rows : tableMarkup(rows, "3");
 }
 
 DotAttributes lineOf(const Signs& signs, const PictureStyle& style) {
@@ -149,20 +146,13 @@ DotAttributes lineOf(const Signs& signs, const PictureStyle& style) {
   if (isMain && !signs.contains(Sign::kCycle)) {
     line.set("penwidth", style.mainLineWidth);
   }
-  if (signs.contains(Sign::kRepeated)) {
-    line.set("arrowhead", "normalnormal");
-  }
   return line;
 }
 
-std::string crossMarkup() {
-  return "<FONT POINT-SIZE=\"13\" COLOR=\"" + std::string(Colours::kAlarm) +
-         "\"><B>\xC3\x97</B></FONT>";
-}
+std::string crossMarkup() { return fontMarkup("<B>\xC3\x97</B>", "13", Colours::kAlarm); }
 
 std::string moreMarkup(std::size_t count, const PictureStyle& style) {
-  return "<FONT POINT-SIZE=\"" + std::string(style.smallFontSize) + "\" COLOR=\"" +
-         std::string(Colours::kFaintInk) + "\">" + std::to_string(count) + " more</FONT>";
+  return fontMarkup(std::to_string(count) + " more", style.smallFontSize, Colours::kFaintInk);
 }
 
 }  // namespace Tessaril::Diagnostics

@@ -8,8 +8,9 @@
 
 namespace Tessaril::Diagnostics {
 
-/// A cluster that explains `signs`, one under the other; empty when there are none.
-std::string legendOf(const Signs& signs, const PictureStyle& style);
+/// A table that explains `signs` and nothing else, in columns: states, words on modules, places in
+/// the graph, links. Empty when there is nothing to explain.
+std::string legendTable(const Signs& signs, const PictureStyle& style);
 
 /// How a link that shows `signs` is drawn.
 DotAttributes lineOf(const Signs& signs, const PictureStyle& style);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
+#include <utility>
 
 #include "diagnostics/picture/DisplayNames.h"
 #include "diagnostics/run/TextTable.h"
@@ -23,11 +23,11 @@ struct Chip {
 };
 
 constexpr std::array kChips{
-    Chip{Sign::kInconsistent, "inconsistent", "!", "#7a4a00", Colours::kPaper},
+    Chip{Sign::kInconsistent, "inconsistent", "!", "", "#5c3800"},
     Chip{Sign::kInputNotOk, "input not ok", "I", Colours::kAlarm, Colours::kPaper},
     Chip{Sign::kFrozen, "frozen", "F", "#1f4e8c", Colours::kPaper},
     Chip{Sign::kSkipped, "skipped", "S", "#475569", Colours::kPaper},
-    Chip{Sign::kInactive, "inactive", "", "#ffffff", Colours::kFaintInk},
+    Chip{Sign::kInactive, "inactive", "", "", Colours::kFaintInk},
     Chip{Sign::kAdditional, "additional", "A", "#d5dde8", Colours::kInk},
     Chip{Sign::kNotThere, "not there", "?", Colours::kInk, Colours::kPaper},
     Chip{Sign::kNoRecord, "no record", "N", "#d5dde8", Colours::kInk},
@@ -35,37 +35,34 @@ constexpr std::array kChips{
     Chip{Sign::kFailed, "failed", "X", Colours::kAlarm, Colours::kPaper},
 };
 
-std::string font(std::string_view text, std::string_view size, std::string_view colour) {
-  return "<FONT POINT-SIZE=\"" + std::string(size) + "\" COLOR=\"" + std::string(colour) + "\">" +
-         std::string(text) + "</FONT>";
+std::string attribute(std::string_view name, std::string_view value) {
+  return std::string(name) + "=\"" + std::string(value) + "\" ";
 }
 
-std::string markupOf(const Chip& chip, const PictureStyle& style) {
-  const std::string_view text = style.brief ? chip.letter : chip.word;
+std::string markupOf(const Chip& chip, const PictureStyle& style, std::string_view word) {
+  const std::string_view text = style.brief ? chip.letter : word;
   if (text.empty()) {
     return {};
   }
-  return "<TD BGCOLOR=\"" + std::string(chip.ground) + "\" CELLPADDING=\"" +
-         (style.brief ? "1" : "2") + "\">" + font(text, style.smallFontSize, chip.ink) + "</TD>";
+  const std::string ground =
+      chip.ground.empty() ? std::string() : attribute("BGCOLOR", chip.ground);
+  return cellMarkup(fontMarkup(text, style.smallFontSize, chip.ink),
+                    ground + attribute("CELLPADDING", style.brief ? "1" : "2"));
 }
 
-std::string chipsOf(const Signs& signs, const PictureStyle& style) {
+/// What went wrong in the run is said in the run's own word.
+std::string chipsOf(const Signs& signs, const RunMark* mark, const PictureStyle& style) {
   std::string cells;
   for (const Chip& chip : kChips) {
     if (signs.contains(chip.sign)) {
-      cells += markupOf(chip, style);
+      const bool hasOwnWord = chip.sign == Sign::kFailed && !mark->outcome.empty();
+      cells +=
+          markupOf(chip, style,
+                   hasOwnWord ? escapedForHtml(cleanText(mark->outcome)) : std::string(chip.word));
     }
   }
   return cells;
 }
-
-std::string table(std::string_view rows, std::string_view spacing = "0") {
-  return "<TABLE BORDER=\"0\" CELLBORDER=\"0\" CELLPADDING=\"0\" CELLSPACING=\"" +
-         std::string(spacing) + "\">" + std::string(rows) + "</TABLE>";
-}
-
-std::string cell(std::string_view content) { return "<TD>" + std::string(content) + "</TD>"; }
-std::string row(std::string_view cells) { return "<TR>" + std::string(cells) + "</TR>"; }
 
 std::string nameMarkup(const std::string& name, const Signs& signs, const PictureStyle& style) {
   std::string markup = "<B>" + escapedForHtml(name.empty() ? "(no name)" : name) + "</B>";
@@ -73,19 +70,19 @@ std::string nameMarkup(const std::string& name, const Signs& signs, const Pictur
     markup = "<S>" + markup + "</S>";
   }
   const bool isFaint = signs.contains(Sign::kInactive) || signs.contains(Sign::kNotThere);
-  return font(markup, style.fontSize, isFaint ? Colours::kFaintInk : Colours::kInk);
+  return fontMarkup(markup, style.fontSize, isFaint ? Colours::kFaintInk : Colours::kInk);
 }
 
 std::string outcomeLine(const RunMark& mark, const PictureStyle& style) {
   const std::string outcome = escapedForHtml(cleanText(mark.outcome));
   std::string line;
-  if (!outcome.empty() && (!style.brief || !mark.duration)) {
-    line = style.brief ? outcome : "<B>" + outcome + "</B>";
+  if (!outcome.empty() && !mark.failed && !style.brief) {
+    line = "<B>" + outcome + "</B>";
   }
   if (mark.duration) {
     line += (line.empty() ? "" : "  ") + durationText(*mark.duration);
   }
-  return line.empty() ? line : font(line, style.smallFontSize, Colours::kInk);
+  return line.empty() ? line : fontMarkup(line, style.smallFontSize, Colours::kInk);
 }
 
 std::vector<std::string> reasonLines(const std::string& reason) {
@@ -100,58 +97,106 @@ std::vector<std::string> reasonLines(const std::string& reason) {
   return lines;
 }
 
-std::string runRows(const RunMark& mark, std::chrono::nanoseconds longest,
-                    const PictureStyle& style) {
+std::string barRow(const RunMark& mark, Microseconds longest, const PictureStyle& style) {
+  if (!mark.duration || longest.count() == 0) {
+    return {};
+  }
+  const double share =
+      static_cast<double>(mark.duration->count()) / static_cast<double>(longest.count());
+  return rowMarkup(cellMarkup(barOf(share, style.longestBar)));
+}
+
+std::string runRows(const RunMark& mark, Microseconds longest, const PictureStyle& style) {
   std::string rows;
-  if (const std::string line = outcomeLine(mark, style); !line.empty() && !style.brief) {
-    rows += row(cell(line));
+  if (const std::string line = outcomeLine(mark, style); !line.empty()) {
+    rows += rowMarkup(cellMarkup(line));
   }
-  if (mark.duration && longest.count() > 0) {
-    rows += row(cell(
-        barOf(static_cast<double>(mark.duration->count()) / static_cast<double>(longest.count()),
-              style)));
-  }
-  if (!style.brief) {
-    for (const std::string& line : reasonLines(mark.reason)) {
-      rows += row(cell(font(escapedForHtml(line), style.smallFontSize, Colours::kFaintInk)));
-    }
+  rows += barRow(mark, longest, style);
+  for (const std::string& line : reasonLines(mark.reason)) {
+    rows += rowMarkup(
+        cellMarkup(fontMarkup(escapedForHtml(line), style.smallFontSize, Colours::kFaintInk)));
   }
   return rows;
 }
 
-std::string labelInFull(const std::string& name, const Signs& signs, const RunMark* mark,
-                        std::chrono::nanoseconds longest, const PictureStyle& style) {
-  std::string rows = row(cell(nameMarkup(name, signs, style)));
-  if (const std::string chips = chipsOf(signs, style); !chips.empty()) {
-    rows += row(cell(table(row(chips), "2")));
+/// Which kind of step this is in the shape of the graph, above the name.
+std::string captionRow(const Signs& signs, const PictureStyle& style) {
+  std::string caption;
+  for (const auto& [sign, word] :
+       {std::pair(Sign::kSideChainStart, "side chain"), std::pair(Sign::kForkStart, "fork"),
+        std::pair(Sign::kMerge, "merge")}) {
+    if (signs.contains(sign)) {
+      caption += (caption.empty() ? "" : " \xC2\xB7 ") + std::string(word);
+    }
+  }
+  return caption.empty()
+             ? caption
+             : rowMarkup(cellMarkup(fontMarkup(caption, style.smallFontSize, Colours::kFaintInk)));
+}
+
+std::string contentInFull(const std::string& name, const Signs& signs, const RunMark* mark,
+                          Microseconds longest, const PictureStyle& style) {
+  std::string rows =
+      captionRow(signs, style) + rowMarkup(cellMarkup(nameMarkup(name, signs, style)));
+  if (const std::string chips = chipsOf(signs, mark, style); !chips.empty()) {
+    rows += rowMarkup(cellMarkup(tableMarkup(rowMarkup(chips), "2")));
   }
   if (mark != nullptr) {
     rows += runRows(*mark, longest, style);
   }
-  return table(rows, "1");
+  return tableMarkup(rows, "1");
 }
 
-std::string labelInBrief(const std::string& name, const Signs& signs, const RunMark* mark,
-                         std::chrono::nanoseconds longest, const PictureStyle& style) {
-  std::string cells = cell(nameMarkup(name, signs, style)) + chipsOf(signs, style);
-  if (mark != nullptr) {
-    if (const std::string line = outcomeLine(*mark, style); !line.empty()) {
-      cells += cell(line);
-    }
+std::string contentInBrief(const std::string& name, const Signs& signs, const RunMark* mark,
+                           Microseconds longest, const PictureStyle& style) {
+  std::string cells = cellMarkup(nameMarkup(name, signs, style)) + chipsOf(signs, mark, style);
+  if (mark == nullptr) {
+    return tableMarkup(rowMarkup(cells), "2");
   }
-  const std::string bar = mark == nullptr ? std::string() : runRows(*mark, longest, style);
-  const std::string line = table(row(cells), "2");
-  return bar.empty() ? line : table(row(cell(line)) + bar);
+  if (const std::string line = outcomeLine(*mark, style); !line.empty()) {
+    cells += cellMarkup(line);
+  }
+  const std::string bar = barRow(*mark, longest, style);
+  const std::string line = tableMarkup(rowMarkup(cells), "2");
+  return bar.empty() ? line : tableMarkup(rowMarkup(cellMarkup(line)) + bar);
 }
 
-std::string_view shapeOf(const Signs& signs) {
-  if (signs.contains(Sign::kSideChainStart)) {
-    return "cds";
+struct Fill {
+  std::string_view ground;
+  std::string_view outline;
+  std::string_view outlineWidth;
+};
+
+Fill fillOf(const Signs& signs) {
+  if (signs.contains(Sign::kInconsistent)) {
+    return {"#f6c176", "#7a4a00", "2"};
   }
-  if (signs.contains(Sign::kForkStart)) {
-    return "house";
-  }
-  return signs.contains(Sign::kMerge) ? "invhouse" : "box";
+  return signs.contains(Sign::kConsistent) ? Fill{"#e6f0fa", "#4a76a8", "1"}
+                                           : Fill{Colours::kPaper, "#8290a3", "1"};
+}
+
+/// The sides at which a bar says how the module sits in the graph: at the left, a chain begins;
+/// at the right as well, and it leads back; on top, chains meet.
+std::string barSidesOf(const Signs& signs) {
+  const bool isForkStart = signs.contains(Sign::kForkStart);
+  std::string sides = signs.contains(Sign::kMerge) ? "T" : "";
+  sides += isForkStart || signs.contains(Sign::kSideChainStart) ? "L" : "";
+  sides += isForkStart ? "R" : "";
+  return sides;
+}
+
+std::string box(std::string_view content, const Signs& signs, std::string_view size) {
+  const Fill fill = fillOf(signs);
+  const bool isBroken = signs.contains(Sign::kInactive) || signs.contains(Sign::kNotThere);
+  const std::string sides = barSidesOf(signs);
+  const std::string bars = sides.empty() ? std::string()
+                                         : attribute("BORDER", "3") + attribute("SIDES", sides) +
+                                               attribute("COLOR", Colours::kMainLine);
+  return "<TABLE " + attribute("BORDER", fill.outlineWidth) + attribute("CELLBORDER", "0") +
+         attribute("CELLSPACING", "3") + attribute("CELLPADDING", "1") +
+         attribute("STYLE", isBroken ? "ROUNDED,DASHED" : "ROUNDED") +
+         attribute("BGCOLOR", fill.ground) + attribute("COLOR", fill.outline) + ">" +
+         rowMarkup(cellMarkup(content, bars + std::string(size))) + "</TABLE>";
 }
 
 }  // namespace
@@ -184,65 +229,38 @@ Signs signsOf(const SnapshotModule& module, const DrawnModule& drawn, const RunM
   return signs;
 }
 
-DotAttributes nodeOf(const Signs& signs) {
-  const bool isBroken = signs.contains(Sign::kInactive) || signs.contains(Sign::kNotThere);
-  DotAttributes node;
-  node.set("shape", shapeOf(signs));
-  node.set("style", isBroken ? "rounded,filled,dashed" : "rounded,filled");
-  if (signs.contains(Sign::kInconsistent)) {
-    node.set("fillcolor", "#f6bc66").set("color", "#7a4a00").set("penwidth", "1.6");
-  } else if (signs.contains(Sign::kConsistent)) {
-    node.set("fillcolor", "#e3eef9").set("color", "#4a76a8").set("penwidth", "1.1");
-  } else {
-    node.set("fillcolor", Colours::kPaper).set("color", "#8290a3").set("penwidth", "1.1");
-  }
-  return node;
-}
-
 std::string chipOf(Sign sign, const PictureStyle& style) {
   const auto* const chip =
       std::find_if(kChips.begin(), kChips.end(),
                    [sign](const Chip& candidate) { return candidate.sign == sign; });
-  return chip == kChips.end() ? std::string() : markupOf(*chip, style);
+  return chip == kChips.end() ? std::string() : markupOf(*chip, style, chip->word);
 }
 
-std::string labelOf(const std::string& name, const Signs& signs, const RunMark* mark,
-                    std::chrono::nanoseconds longest, const PictureStyle& style) {
-  return style.brief ? labelInBrief(name, signs, mark, longest, style)
-                     : labelInFull(name, signs, mark, longest, style);
+std::string boxOf(const std::string& name, const Signs& signs, const RunMark* mark,
+                  Microseconds longest, const PictureStyle& style) {
+  return box(style.brief ? contentInBrief(name, signs, mark, longest, style)
+                         : contentInFull(name, signs, mark, longest, style),
+             signs, style.boxSize);
 }
 
-std::string barOf(double share, const PictureStyle& style) {
-  const int filled =
-      std::clamp(static_cast<int>(std::lround(share * style.longestBar)), 1, style.longestBar);
-  const auto part = [](int width, std::string_view colour) {
-    return width == 0 ? std::string()
-                      : "<TD FIXEDSIZE=\"TRUE\" WIDTH=\"" + std::to_string(width) +
-                            "\" HEIGHT=\"3\" BGCOLOR=\"" + std::string(colour) + "\"></TD>";
+std::string sampleBoxOf(const Signs& signs, const PictureStyle& style) {
+  return box({}, signs, style.sampleBoxSize);
+}
+
+std::string barOf(double share, int width) {
+  const int filled = std::clamp(static_cast<int>(std::lround(share * width)), 1, width);
+  const auto part = [](int length, std::string_view colour) {
+    return length == 0
+               ? std::string()
+               : cellMarkup("", attribute("FIXEDSIZE", "TRUE") +
+                                    attribute("WIDTH", std::to_string(length)) +
+                                    attribute("HEIGHT", "3") + attribute("BGCOLOR", colour));
   };
-  return table(
-      row(part(filled, Colours::kBar) + part(style.longestBar - filled, Colours::kBarGround)));
-}
-
-std::string durationText(std::chrono::nanoseconds duration) {
-  struct Unit {
-    std::string_view name;
-    double nanoseconds;
-  };
-  constexpr std::array kUnits{Unit{"ns", 1}, Unit{"\xC2\xB5s", 1e3}, Unit{"ms", 1e6},
-                              Unit{"s", 1e9}};
-  const auto count = static_cast<double>(duration.count());
-  if (count >= 59.95e9) {
-    const long long seconds = std::llround(count / 1e9);
-    return std::to_string(seconds / 60) + " min " + std::to_string(seconds % 60) + " s";
-  }
-  // 999.5 of a unit would be written as 1e+03.
-  const auto* const unit = std::find_if(kUnits.begin(), kUnits.end() - 1, [count](const Unit& u) {
-    return count < 999.5 * u.nanoseconds;
-  });
-  std::array<char, 32> number{};
-  std::snprintf(number.data(), number.size(), "%.3g", count / unit->nanoseconds);
-  return number.data() + (' ' + std::string(unit->name));
+  return "<TABLE BORDER=\"0\" CELLBORDER=\"0\" CELLPADDING=\"0\" CELLSPACING=\"0\" "
+         "FIXEDSIZE=\"TRUE\" HEIGHT=\"3\" " +
+         attribute("WIDTH", std::to_string(width)) + ">" +
+         rowMarkup(part(filled, Colours::kBar) + part(width - filled, Colours::kBarGround)) +
+         "</TABLE>";
 }
 
 }  // namespace Tessaril::Diagnostics

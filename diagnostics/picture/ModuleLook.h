@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <set>
 #include <string>
 #include <string_view>
@@ -9,6 +8,7 @@
 #include "diagnostics/picture/DotText.h"
 #include "diagnostics/picture/PictureModel.h"
 #include "diagnostics/picture/PictureStyle.h"
+#include "diagnostics/run/RunReport.h"
 
 // How one module is drawn. Internal to the picture.
 
@@ -45,22 +45,19 @@ using Signs = std::set<Sign>;
 /// Everything that a module shows.
 Signs signsOf(const SnapshotModule& module, const DrawnModule& drawn, const RunMark* mark);
 
-/// The node of a module that shows `signs`: outline, fill, shape. Without a label.
-DotAttributes nodeOf(const Signs& signs);
+/// The module as an HTML-like label of its own: outline, fill, bars and all that is written on it.
+/// `longest` scales the bar of the duration; `mark` may be null.
+std::string boxOf(const std::string& name, const Signs& signs, const RunMark* mark,
+                  Microseconds longest, const PictureStyle& style);
 
-/// The markup of the word, or the letter, that a sign puts on a module; empty for a sign that shows
-/// otherwise.
+/// A small empty box in the manner of a module that shows `signs`.
+std::string sampleBoxOf(const Signs& signs, const PictureStyle& style);
+
+/// The table cell of the word, or the letter, that a sign puts on a module; empty for a sign that
+/// shows otherwise.
 std::string chipOf(Sign sign, const PictureStyle& style);
 
-/// The label of a module, for the inside of an HTML-like label. `longest` scales the bar of the
-/// duration; `mark` may be null.
-std::string labelOf(const std::string& name, const Signs& signs, const RunMark* mark,
-                    std::chrono::nanoseconds longest, const PictureStyle& style);
-
-/// A bar that fills `share` of its ground, 0 to 1.
-std::string barOf(double share, const PictureStyle& style);
-
-/// "850 ns", "12.3 ms", "4.56 s", "2 min 5 s".
-std::string durationText(std::chrono::nanoseconds duration);
+/// A bar that fills `share`, 0 to 1, of its ground, which is `width` points wide.
+std::string barOf(double share, int width);
 
 }  // namespace Tessaril::Diagnostics

@@ -15,8 +15,6 @@
 namespace Tessaril::Diagnostics {
 namespace {
 
-using std::chrono::nanoseconds;
-
 constexpr std::size_t kMostDeadNames = 3;
 
 const RunMark* markOf(const RunMarks& marks, std::size_t module) {
@@ -24,10 +22,10 @@ const RunMark* markOf(const RunMarks& marks, std::size_t module) {
   return place == marks.end() ? nullptr : &place->second;
 }
 
-nanoseconds longestOf(const RunMarks& marks) {
-  nanoseconds longest{0};
+Microseconds longestOf(const RunMarks& marks) {
+  Microseconds longest{0};
   for (const auto& [module, mark] : marks) {
-    longest = std::max(longest, mark.duration.value_or(nanoseconds{0}));
+    longest = std::max(longest, mark.duration.value_or(Microseconds{0}));
   }
   return longest;
 }
@@ -55,8 +53,7 @@ class DotWriter {
     for (const DrawnLink& link : model.links) {
       body += edge(link);
     }
-    return "digraph apply_graph {\n" + defaults() +
-           (options.legend ? legendOf(signs, style) : std::string()) + body + "}\n";
+    return "digraph apply_graph {\n" + defaults() + head() + body + "}\n";
   }
 
  private:
@@ -73,12 +70,7 @@ class DotWriter {
         .set("labelloc", "t")
         .set("labeljust", "l");
     DotAttributes nodes;
-    nodes.set("fontname", kFont)
-        .set("fontsize", style.fontSize)
-        .set("fontcolor", Colours::kInk)
-        .set("margin", style.nodeMargin)
-        .set("width", style.nodeWidth)
-        .set("height", style.nodeHeight);
+    nodes.set("shape", "plain").set("fontname", kFont).set("fontsize", style.fontSize);
     DotAttributes edges;
     edges.set("color", Colours::kLine)
         .set("penwidth", style.linkWidth)
@@ -87,16 +79,25 @@ class DotWriter {
         .set("fontsize", style.smallFontSize)
         .set("fontcolor", Colours::kAlarm);
     return "  graph " + graph.inBrackets() + ";\n  node " + nodes.inBrackets() + ";\n  edge " +
-           edges.inBrackets() + ";\n" + title();
+           edges.inBrackets() + ";\n";
   }
 
-  std::string title() const {
-    if (options.title.empty()) {
+  /// Title and legend are one label, so that neither takes part in the layout.
+  std::string head() const {
+    std::string rows;
+    if (!options.title.empty()) {
+      const std::string title = "<B>" + escapedForHtml(cleanText(options.title)) + "</B>";
+      rows += rowMarkup(cellMarkup(fontMarkup(title, "16", Colours::kInk), R"(ALIGN="LEFT")"));
+    }
+    const std::string legend = options.legend ? legendTable(signs, style) : std::string();
+    if (!legend.empty()) {
+      rows += rowMarkup(cellMarkup(legend, R"(ALIGN="LEFT")"));
+    }
+    if (rows.empty()) {
       return {};
     }
     DotAttributes label;
-    label.html("label", "<FONT POINT-SIZE=\"15\"><B>" + escapedForHtml(cleanText(options.title)) +
-                            "</B></FONT>");
+    label.html("label", tableMarkup(rows + rowMarkup(cellMarkup("", R"(HEIGHT="12")")), "2"));
     return "  " + label.asStatements() + '\n';
   }
 
@@ -110,6 +111,7 @@ class DotWriter {
         .set("color", drawn.isMain ? "#7b8aa0" : "#cbd5e1")
         .set("penwidth", drawn.isMain ? "1.6" : "1")
         .set("fontcolor", drawn.isMain ? Colours::kInk : Colours::kFaintInk)
+        .set("labeljust", drawn.isMain ? "l" : "r")
         .set("margin", style.clusterMargin);
     std::string text = "  subgraph cluster_" + std::to_string(chain) + " {\n    " +
                        attributes.asStatements() + '\n';
@@ -130,8 +132,8 @@ class DotWriter {
     const RunMark* const mark = markOf(options.runMarks, drawn.index);
     const Signs shown = signsOf(module, drawn, mark);
     signs.insert(shown.begin(), shown.end());
-    DotAttributes attributes = nodeOf(shown);
-    attributes.html("label", labelOf(drawn.name, shown, mark, longest, style))
+    DotAttributes attributes;
+    attributes.html("label", boxOf(drawn.name, shown, mark, longest, style))
         .text("tooltip", tooltipOf(module, shown, mark, chainNames));
     return nodeName(drawn) + ' ' + attributes.inBrackets() + ";\n" + stubs(drawn);
   }
@@ -160,7 +162,7 @@ class DotWriter {
                    Sign sign, bool isPrevious) {
     signs.insert(sign);
     DotAttributes attributes;
-    attributes.set("shape", "plain").html("label", label);
+    attributes.html("label", label);
     DotAttributes line;
     line.set("style", "dotted")
         .set("color", sign == Sign::kDead ? Colours::kAlarm : Colours::kFaintLine)
@@ -237,7 +239,7 @@ class DotWriter {
   const PictureStyle& style;
   DisplayNames displayNames;
   ChainNames chainNames;
-  nanoseconds longest;
+  Microseconds longest;
   Signs signs;
 };
 

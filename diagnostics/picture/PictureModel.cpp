@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <map>
 #include <numeric>
-#include <optional>
 #include <set>
 #include <stdexcept>
 #include <unordered_map>
 #include <utility>
 
 #include "diagnostics/graph/ChainNames.h"
+#include "diagnostics/graph/checks/Cycles.h"
+#include "diagnostics/graph/checks/LinkTable.h"
 #include "diagnostics/picture/DisplayNames.h"
 
 // In four steps: which modules, which links among them, which of the links form cycles, and which
@@ -38,11 +39,6 @@ ModuleSelection shownOf(const GraphSnapshot& snapshot, const PictureOptions& opt
     throw std::out_of_range("A module that is to be drawn is not in the snapshot.");
   }
   return modules;
-}
-
-/// A neighbour that is only known by its name says nothing about its links.
-bool areLinksKnown(const GraphSnapshot& snapshot, const SnapshotModule& module) {
-  return !snapshot.stored || module.recordCount > 0;
 }
 
 /// Gathers the entries of both lists into links.
@@ -114,8 +110,8 @@ class LinkReader {
     DrawnLink link;
     link.from = places[from];
     link.to = places[to];
-    link.nextListKnown = areLinksKnown(snapshot, first);
-    link.previousListKnown = areLinksKnown(snapshot, second);
+    link.nextListKnown = hasKnownLists(snapshot, first);
+    link.previousListKnown = hasKnownLists(snapshot, second);
     link.withinChain = first.insertMode && second.insertMode && first.chainId == second.chainId;
     link.onMainLine = link.withinChain && first.chainId.isNull();
     return link;
@@ -128,88 +124,19 @@ class LinkReader {
   std::vector<DrawnLink> links;
 };
 
-/// Numbers the strongly connected parts: one depth-first walk, with a stack of its own, in which a
-/// module's part is closed when nothing behind it leads back above it.
-class CycleSearch {
- public:
-  CycleSearch(std::size_t modules, const std::vector<DrawnLink>& links)
-      : successors(modules), order(modules, 0), lowest(modules, 0), parts(modules, 0) {
-    for (const DrawnLink& link : links) {
-      successors[link.from].push_back(link.to);
-    }
-    for (std::size_t module = 0; module < modules; ++module) {
-      if (order[module] == 0) {
-        walkFrom(module);
-      }
+/// A cycle counts also where a part of it is not drawn.
+void findCycles(const GraphSnapshot& snapshot, PictureModel& model) {
+  const auto parts = cyclicParts(LinkTable(snapshot).successors());
+  std::vector<std::size_t> partOf(snapshot.modules.size(), kNowhere);
+  for (std::size_t part = 0; part < parts.size(); ++part) {
+    for (const std::size_t module : parts[part]) {
+      partOf[module] = part;
     }
   }
-
-  /// True if the link leads from a module of a cycle to another one of the same cycle.
-  bool isOnCycle(const DrawnLink& link) const { return parts[link.from] == parts[link.to]; }
-
- private:
-  void walkFrom(std::size_t start) {
-    enter(start);
-    while (!path.empty()) {
-      const std::size_t module = path.back().first;
-      if (path.back().second < successors[module].size()) {
-        follow(module, successors[module][path.back().second++]);
-      } else {
-        leave(module);
-      }
-    }
-  }
-
-  void enter(std::size_t module) {
-    order[module] = lowest[module] = ++entered;
-    path.emplace_back(module, 0);
-    open.push_back(module);
-  }
-
-  void follow(std::size_t module, std::size_t successor) {
-    if (order[successor] == 0) {
-      enter(successor);
-    } else if (parts[successor] == 0) {
-      lowest[module] = std::min(lowest[module], order[successor]);
-    }
-  }
-
-  void leave(std::size_t module) {
-    path.pop_back();
-    if (!path.empty()) {
-      std::size_t& above = lowest[path.back().first];
-      above = std::min(above, lowest[module]);
-    }
-    if (lowest[module] == order[module]) {
-      closePartOf(module);
-    }
-  }
-
-  void closePartOf(std::size_t module) {
-    ++partCount;
-    while (parts[module] == 0) {
-      parts[open.back()] = partCount;
-      open.pop_back();
-    }
-  }
-
-  std::vector<std::vector<std::size_t>> successors;
-  /// From 1; 0: not met yet.
-  std::vector<std::size_t> order;
-  std::vector<std::size_t> lowest;
-  /// From 1; 0: not closed yet.
-  std::vector<std::size_t> parts;
-  /// The modules from the start to here, each with how many of its successors were followed.
-  std::vector<std::pair<std::size_t, std::size_t>> path;
-  std::vector<std::size_t> open;
-  std::size_t entered = 0;
-  std::size_t partCount = 0;
-};
-
-void findCycles(PictureModel& model) {
-  const CycleSearch search(model.modules.size(), model.links);
   for (DrawnLink& link : model.links) {
-    link.onCycle = search.isOnCycle(link);
+    const std::size_t from = model.modules[link.from].index;
+    const std::size_t to = model.modules[link.to].index;
+    link.onCycle = from == to || (partOf[from] != kNowhere && partOf[from] == partOf[to]);
   }
 }
 
@@ -260,7 +187,7 @@ std::vector<DrawnModule> modulesOf(const GraphSnapshot& snapshot, const PictureO
                                                         : names.longName(entry.name);
     module.startsFork = entry.insertMode == Mode::StartFork;
     module.merges = isMerge(entry);
-    module.recordMissing = !areLinksKnown(snapshot, entry);
+    module.recordMissing = snapshot.stored && entry.recordCount == 0;
   }
   return modules;
 }
@@ -317,7 +244,7 @@ PictureModel pictureModel(const GraphSnapshot& snapshot, const PictureOptions& o
   LinkReader reader(snapshot, shown);
   reader.read(model.modules);
   model.links = reader.take();
-  findCycles(model);
+  findCycles(snapshot, model);
   ChainReader(snapshot, options).read(model);
   if (model.chains.empty()) {
     findMainLineByLinks(snapshot, model);

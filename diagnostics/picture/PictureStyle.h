@@ -18,9 +18,10 @@ struct PictureStyle {
   std::string_view fontSize;
   std::string_view smallFontSize;
   std::string_view legendFontSize;
-  std::string_view nodeMargin;
-  std::string_view nodeWidth;
-  std::string_view nodeHeight;
+  /// The least size of a module, as attributes of its cell.
+  std::string_view boxSize;
+  /// Of those in the legend.
+  std::string_view sampleBoxSize;
   std::string_view clusterMargin;
   std::string_view mainLineWidth;
   std::string_view linkWidth;
@@ -34,9 +35,8 @@ inline constexpr PictureStyle kFullStyle{.brief = false,
                                          .fontSize = "11.5",
                                          .smallFontSize = "8.5",
                                          .legendFontSize = "9.5",
-                                         .nodeMargin = "0.13,0.065",
-                                         .nodeWidth = "1.15",
-                                         .nodeHeight = "0.36",
+                                         .boxSize = R"(WIDTH="82" HEIGHT="22")",
+                                         .sampleBoxSize = R"(WIDTH="26" HEIGHT="10")",
                                          .clusterMargin = "14",
                                          .mainLineWidth = "2.6",
                                          .linkWidth = "1.1",
@@ -49,9 +49,8 @@ inline constexpr PictureStyle kBriefStyle{.brief = true,
                                           .fontSize = "9",
                                           .smallFontSize = "7",
                                           .legendFontSize = "8",
-                                          .nodeMargin = "0.06,0.025",
-                                          .nodeWidth = "0.7",
-                                          .nodeHeight = "0.2",
+                                          .boxSize = R"(WIDTH="58" HEIGHT="11")",
+                                          .sampleBoxSize = R"(WIDTH="20" HEIGHT="8")",
                                           .clusterMargin = "8",
                                           .mainLineWidth = "2",
                                           .linkWidth = "0.7",
@@ -61,7 +60,7 @@ inline constexpr PictureStyle kBriefStyle{.brief = true,
 namespace Colours {
 
 inline constexpr std::string_view kInk = "#1e293b";
-inline constexpr std::string_view kFaintInk = "#64748b";
+inline constexpr std::string_view kFaintInk = "#526075";
 inline constexpr std::string_view kPaper = "#ffffff";
 inline constexpr std::string_view kLine = "#64748b";
 inline constexpr std::string_view kMainLine = "#334155";
