@@ -127,6 +127,27 @@ function(use_through_pkgconfig prefix)
   expect_output("${update_output}" "${WORK_DIR}/through_pkgconfig")
 endfunction()
 
+# The project in the NUMBERth CMake block of the guide, with all that it names beside it.
+function(build_documented_project number)
+  file(READ "${SOURCE_DIR}/docs/connecting_services.md" text)
+  foreach(block RANGE 1 ${number})
+    string(FIND "${text}" "```cmake\n" begin)
+    if(begin EQUAL -1)
+      fail("The guide has no CMake block ${number}")
+    endif()
+    math(EXPR begin "${begin} + 9")
+    string(SUBSTRING "${text}" ${begin} -1 text)
+  endforeach()
+  string(FIND "${text}" "```" end)
+  string(SUBSTRING "${text}" 0 ${end} text)
+  file(WRITE "${WORK_DIR}/design/CMakeLists.txt" "${text}")
+  file(COPY_FILE "${WORK_DIR}/update.cpp" "${WORK_DIR}/design/main.cpp")
+  file(CREATE_LINK "${here}/workshop" "${WORK_DIR}/design/workshop" SYMBOLIC)
+  file(CREATE_LINK "${SOURCE_DIR}" "${WORK_DIR}/design/tessaril" SYMBOLIC)
+  configure("${WORK_DIR}/design" design/built)
+  build(design/built ${ARGN})
+endfunction()
+
 # A field of a package that cpack has made, whose file the variable of its name tells from now on.
 function(expect_field package field pattern)
   file(GLOB file "${WORK_DIR}/packages/${package}_*.deb")
@@ -170,29 +191,24 @@ elseif(KIND STREQUAL "foreign_services")
   install("${WORK_DIR}/services" services_installed)
   set(ENV{CMAKE_PREFIX_PATH} "${WORK_DIR}/services_installed")
   build_library(
-    library "-DTESSARIL_PLATFORM_DIR=${here}/workshop/services"
+    library "-DTESSARIL_PLATFORM_DIR=${here}/workshop/declarations"
     -DTESSARIL_PLATFORM_TARGET=Workshop::Services
     "-DTESSARIL_PLATFORM_PACKAGE=WorkshopServices 2.3")
   install("${WORK_DIR}/library" installed)
   expect_relocatable(installed)
   move(installed)
-  use_through_cmake(
-    "moved installed"
-    "-DCONFORMANCE_HOST=${here}/workshop/ConformanceHost.cpp"
-    "-DCONFORMANCE_INCLUDES=${here}/workshop/implementation"
-    -DSERVICES=Workshop::Services)
-  run("${WORK_DIR}/application/conformance" --gtest_brief=1)
-  string(REGEX MATCH "\\[  PASSED  \\] ([0-9]+) tests" passed "${output}")
-  message(STATUS "The conformance tests: ${CMAKE_MATCH_1} passed")
-  if(NOT CMAKE_MATCH_1 GREATER 300)
+  use_through_cmake("moved installed")
+  build_documented_project(2)
+  expect_output("${update_output}" "${WORK_DIR}/design/built/design")
+  run("${WORK_DIR}/design/built/services_conformance" --gtest_brief=1)
+  if(NOT output MATCHES "\\[  PASSED  \\] ([0-9]+) tests" OR CMAKE_MATCH_1 LESS 500)
     fail("Too few conformance tests were run:\n${output}")
   endif()
+  message(STATUS "${CMAKE_MATCH_1} conformance tests passed")
 
 elseif(KIND STREQUAL "foreign_services_in_tree")
-  configure("${here}/workshop_in_tree" application "-DTESSARIL_SOURCE_DIR=${SOURCE_DIR}"
-            "-DUPDATE_PROGRAM=${WORK_DIR}/update.cpp")
-  build(application)
-  expect_output("${update_output}" "${WORK_DIR}/application/update")
+  build_documented_project(1 --target design)
+  expect_output("${update_output}" "${WORK_DIR}/design/built/design")
 
 elseif(KIND STREQUAL "debian")
   run("${CMAKE_CPACK_COMMAND}" --config "${BUILD_DIR}/CPackConfig.cmake" -B "${WORK_DIR}/packages")
