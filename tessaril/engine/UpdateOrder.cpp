@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tessaril/graph/ApplyGraph.h"
+#include "tessaril/graph/ModuleLinks.h"
 #include "tessaril/module/ApplyModule.h"
 
 namespace Tessaril {

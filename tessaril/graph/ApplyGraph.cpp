@@ -6,6 +6,7 @@
 #include <typeinfo>
 #include <utility>
 
+#include "tessaril/graph/ModuleLinks.h"
 #include "tessaril/module/ApplyModule.h"
 #include "tessaril/module/LinkDrain.h"
 #include "tessaril/module/LinkSearch.h"
@@ -73,14 +74,6 @@ void dropIfLastOwner(ModulePtr& module) {
 }
 
 }  // namespace
-
-const LinkList& ApplyGraph::getNextLinks(const ApplyModule& module) {
-  return ApplyModule::nextLinksOf(module);
-}
-
-const LinkList& ApplyGraph::getPreviousLinks(const ApplyModule& module) {
-  return ApplyModule::previousLinksOf(module);
-}
 
 // Navigation
 

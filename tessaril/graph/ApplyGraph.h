@@ -44,6 +44,7 @@ class TESSARIL_APPLY_EXPORT ApplyGraph {
 
   static const LinkList& getNextLinks(const ApplyModule& module);
   static const LinkList& getPreviousLinks(const ApplyModule& module);
+  static void loadLinksEarly(const ApplyModule* module);
 
   // Navigation. Linear in the path walked, without allocation. Null in, null out. Requires: the
   // path walked does not run in a circle.

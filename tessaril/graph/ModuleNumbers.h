@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "tessaril/graph/ModuleLinks.h"
 #include "tessaril/module/AddressNumbers.h"
 #include "tessaril/module/LinkList.h"
 
@@ -22,6 +23,28 @@ class ModuleNumbers {
   using ModulePtr = std::shared_ptr<ApplyModule>;
   static constexpr Number kNone = AddressNumbers::kNone;
   enum class As { Held, Known };
+
+  ModuleNumbers() = default;
+  ModuleNumbers(const ModuleNumbers&) = delete;
+  ModuleNumbers& operator=(const ModuleNumbers&) = delete;
+  ~ModuleNumbers() {
+    for (Number number = 0; number < held.size(); ++number) {
+      loadEarly(number + kAhead);
+      held[number].reset();
+    }
+  }
+
+  /// How many numbers ahead of its turn a module should be loaded.
+  static constexpr Number kAhead = 8;
+  /// Has the processor begin to load the reference count of a module that will be copied or let go
+  /// soon. Usually it stands in front of the module.
+  void loadEarly(Number number) const {
+#if defined(__GNUC__)
+    if (number < held.size()) {
+      __builtin_prefetch(reinterpret_cast<const char*>(held[number].get()) - 2 * sizeof(void*));
+    }
+#endif
+  }
 
   std::size_t size() const { return held.size(); }
   /// The module, if it is held; null otherwise.
@@ -48,24 +71,21 @@ class ModuleNumbers {
 
   /// The number of a module, a new one if it has none. Requires: not null.
   Number add(ModulePtr module, As how) {
-    const auto [number, isNew] = numbers.add(module.get());
-    if (isNew || !isLive(number)) {
-      return append(isNew ? number : numbers.numberAnew(module.get()), std::move(module), how);
-    }
-    if (how == As::Held) {
-      hold(number);
-    }
-    return number;
+    const AddressNumbers::Place place = numbers.placeOf(module.get());
+    return addAt(place, std::move(module), how);
   }
 
   /// The number of the module that an entry is for; kNone for one that has expired.
   Number add(const LinkList& links, std::size_t place, As how) {
-    const Number number = numbers.find(links.address(place));
+    const ApplyModule* const address = links.address(place);
+    const AddressNumbers::Place at = numbers.placeOf(address);
+    const Number number = numbers.at(at);
     if (number != kNone && held[number] != nullptr) {
       return links.isHeldBy(place, held[number]) || links.isLive(place) ? number : kNone;
     }
+    ApplyGraph::loadLinksEarly(address);
     ModulePtr module = links.links()[place].lock();
-    return module != nullptr ? add(std::move(module), how) : kNone;
+    return module != nullptr ? addAt(at, std::move(module), how) : kNone;
   }
 
   /// Keeps its memory. What is held is put into `before` instead of being let go.
@@ -77,6 +97,21 @@ class ModuleNumbers {
   }
 
  private:
+  Number addAt(AddressNumbers::Place place, ModulePtr module, As how) {
+    const ApplyModule* const address = module.get();
+    const Number number = numbers.at(place);
+    if (number == kNone) {
+      return append(numbers.give(place, address), std::move(module), how);
+    }
+    if (!isLive(number)) {
+      return append(numbers.numberAnew(address), std::move(module), how);
+    }
+    if (how == As::Held) {
+      hold(number);
+    }
+    return number;
+  }
+
   Number append(Number number, ModulePtr module, As how) {
     if (how == As::Held) {
       held.push_back(std::move(module));

@@ -4,116 +4,151 @@
 #include <vector>
 
 #include "tessaril/graph/ApplyGraph.h"
+#include "tessaril/graph/ModuleLinks.h"
 #include "tessaril/graph/ModuleNumbers.h"
-#include "tessaril/graph/NumberSet.h"
-#include "tessaril/graph/OrderedQueue.h"
+#include "tessaril/graph/ReadyQueue.h"
 #include "tessaril/module/ApplyModule.h"
 
 // The ordered traversals
 //
-// 1. Find the modules that the traversal belongs to, number them, and hold them. The links along
-//    which the traversal goes are followed once, and kept as numbers.
-// 2. Take the first entry of the queue whose module is ready (see OrderedQueue), call back, mark it
-//    visited and append its neighbours.
+// 1. Find the modules that the traversal belongs to, its scope. Each gets a number and is held, and
+//    its links in both directions are read, while its memory is at hand, and kept as numbers. From
+//    there on modules are looked at for the callback only.
+// 2. Each module counts the links to unvisited modules of the scope that it waits for. Take the
+//    first entry of the queue whose module waits for nothing (see ReadyQueue), call back, and mark
+//    it visited: those that wait for it wait for one less. Append its neighbours.
 
 namespace Tessaril {
 namespace {
 
 using ModulePtr = std::shared_ptr<ApplyModule>;
-using LinksOf = const LinkList& (*)(const ApplyModule&);
 using Number = ModuleNumbers::Number;
 
 constexpr Number kNone = ModuleNumbers::kNone;
 
+enum class Direction { Forwards, Backwards };
+
 class Traversal {
  public:
-  /// `onward`: the links along which the traversal goes; `waitsFor`: the others. The scope is start
-  /// and all that is reached from it onwards, not beyond end, which may be null. Start is queued.
-  Traversal(LinksOf onward, LinksOf waitsFor, const ModulePtr& start, const ModulePtr& end)
-      : onwardLinks(onward), waitLinks(waitsFor), first(add(start)) {
-    last = end != nullptr ? add(end) : kNone;
-    for (const Number number : reach(first, last, onwardLinks, true)) {
-      nodes[number].isInScope = true;
-    }
-    nodes[first].isInScope = true;
+  /// The traversal goes along the links in this direction, and a module waits for those at its
+  /// links in the other. The scope is start and all that is reached from it, not beyond end, which
+  /// may be null. Start is queued.
+  Traversal(Direction onward, const ModulePtr& start, const ModulePtr& end)
+      : direction(onward), first(add(start)), last(end != nullptr ? add(end) : kNone) {
+    gatherScope();
     queue.expect(onwardNumbers.size() + 1, numbers.size());
     push(first, false);
   }
 
   Number getFirst() const { return first; }
 
-  /// What lies behind end; nothing without one.
-  NumberSet beyondEnd() {
-    return last == kNone ? NumberSet() : setOf(reach(last, kNone, onwardLinks, false));
-  }
-  /// End and what it depends on, back to start; nothing without an end.
-  NumberSet wayToEnd() {
-    NumberSet way;
+  /// Finds what lies behind end; nothing without one.
+  void findBeyondEnd() {
     if (last != kNone) {
-      way = setOf(reach(last, first, waitLinks, false));
-      way.insert(last);
+      mark(&Node::isBeyondEnd, last, kNone,
+           [this](Number number, const auto& use) { forOnward(number, Unknown::Added, use); });
     }
-    return way;
   }
+  bool isBeyondEnd(Number number) const { return nodes[number].isBeyondEnd; }
+
+  /// Finds end and what it depends on, back to start; nothing without an end.
+  void findWayToEnd() {
+    if (last != kNone) {
+      mark(&Node::isOnWay, last, first,
+           [this](Number number, const auto& use) { forBack(number, use); });
+      nodes[last].isOnWay = true;
+    }
+  }
+  bool isOnWay(Number number) const { return nodes[number].isOnWay; }
 
   void push(Number number, bool flag) {
-    if (!nodes[number].isVisited) {
-      queue.push(number, flag, Search{*this});
+    if (!nodes[number].isWaitCounted) {
+      countWaits(number);
     }
+    Node& node = nodes[number];
+    const bool isReady = node.waits == 0;
+    // Of a module that is ready, the entry before would be taken first, and this one dropped.
+    if (node.isVisited || (isReady && node.isQueued)) {
+      return;
+    }
+    node.isQueued = true;
+    queue.push(number, flag, isReady);
   }
 
-  std::optional<ReadyOrder::Taken> take() {
+  std::optional<ReadyQueue::Taken> take() {
     return queue.take([this](Number number) { return nodes[number].isVisited; });
   }
 
   void setVisited(Number number) {
     nodes[number].isVisited = true;
-    lastVisited = number;
-    queue.noteVisited(number, Search{*this});
+    for (std::uint32_t i = nodes[number].firstWait; i != kNone; i = waits[i].next) {
+      Node& waiting = nodes[waits[i].module];
+      if (--waiting.waits == 0 && waiting.isQueued) {
+        queue.setReadyOnce(waits[i].module);
+      }
+    }
   }
 
-  const ModulePtr& module(Number number) const { return numbers.heldModule(number); }
+  const ModulePtr& module(Number number) const {
+    // Most modules are visited in the order in which they were found.
+    numbers.loadEarly(number + ModuleNumbers::kAhead);
+    return numbers.heldModule(number);
+  }
 
-  /// Calls `use` with the number of every neighbour onwards that has one.
+  /// Calls `use` with the number of every neighbour onwards that belongs to the traversal.
   template <typename Use>
   void forOnward(Number number, const Use& use) {
-    if (const std::size_t begin = nodes[number].onwardBegin; begin != kNotFollowed) {
-      // By index: `use` may follow other links.
-      for (std::size_t i = begin; i < nodes[number].onwardEnd; ++i) {
-        use(onwardNumbers[i]);
-      }
-      return;
-    }
-    const LinkList& links = onwardLinks(*module(number));
-    for (std::size_t place = 0; place < links.size(); ++place) {
-      if (const Number found = find(links, place); found != kNone) {
-        use(found);
-      }
-    }
+    forOnward(number, Unknown::PassedOver, use);
   }
 
  private:
-  struct Search {
-    const Traversal& traversal;
-    Number operator()(Number number, std::uint32_t& searched) const {
-      return traversal.findUnvisited(number, searched);
-    }
+  enum class Unknown { Added, PassedOver };
+
+  /// Places in one of the lists of numbers.
+  struct Span {
+    std::uint32_t begin = kNone;
+    std::uint32_t end = kNone;
+
+    bool isKnown() const { return begin != kNone; }
   };
-  static constexpr std::size_t kNotFollowed = static_cast<std::size_t>(-1);
 
   struct Node {
-    std::size_t onwardBegin = kNotFollowed;
-    std::size_t onwardEnd = 0;
+    Span onward{};
+    Span back{};
+    std::uint32_t waits = 0;
+    /// Of those that wait for this module.
+    std::uint32_t firstWait = kNone;
     bool isInScope = false;
     bool isVisited = false;
+    bool isQueued = false;
+    bool isWaitCounted = false;
+    /// It has links back to modules that have no number.
+    bool hasUnknownBack = false;
+    bool isBeyondEnd = false;
+    bool isOnWay = false;
   };
 
-  static NumberSet setOf(const std::vector<Number>& members) {
-    NumberSet set;
-    for (const Number member : members) {
-      set.insert(member);
-    }
-    return set;
+  struct Wait {
+    Number module;
+    std::uint32_t next;
+  };
+
+  /// A link back to a module that had no number yet when the link was read.
+  struct UnknownBack {
+    Number module;
+    std::uint32_t place;
+    std::uint32_t at;
+  };
+
+  const LinkList& onwardLinks(Number number) const {
+    const ApplyModule& module = *numbers.heldModule(number);
+    return direction == Direction::Forwards ? ApplyGraph::getNextLinks(module)
+                                            : ApplyGraph::getPreviousLinks(module);
+  }
+  const LinkList& backLinks(Number number) const {
+    const ApplyModule& module = *numbers.heldModule(number);
+    return direction == Direction::Forwards ? ApplyGraph::getPreviousLinks(module)
+                                            : ApplyGraph::getNextLinks(module);
   }
 
   Number add(const ModulePtr& module) {
@@ -122,92 +157,154 @@ class Traversal {
     return number;
   }
 
-  std::vector<Number> reach(Number from, Number stop, LinksOf links, bool keepsLinks) {
-    std::vector<Number> reached;
-    std::vector<bool> seen(nodes.size());
-    Number next = from;
-    for (std::size_t done = 0;; ++done) {
-      follow(next, links, keepsLinks, [&](Number number) {
-        if (number >= seen.size()) {
-          seen.resize(2 * number + 2);
-        }
-        if (!seen[number]) {
-          seen[number] = true;
-          reached.push_back(number);
-        }
-      });
-      while (done < reached.size() &&
-             (reached[done] == stop || (keepsLinks && wasFollowed(reached[done])))) {
-        ++done;
+  void gatherScope() {
+    nodes[first].isInScope = true;
+    for (Number number = 0; number < numbers.size(); ++number) {
+      if (number == first || number != last) {
+        readOnward(number);
       }
-      if (done >= reached.size()) {
-        return reached;
-      }
-      next = reached[done];
+      readBack(number);
+    }
+    findUnknownBack();
+    for (Number number = 0; number < nodes.size(); ++number) {
+      countWaits(number);
     }
   }
 
-  bool wasFollowed(Number number) const { return nodes[number].onwardBegin != kNotFollowed; }
-
-  template <typename Use>
-  void follow(Number number, LinksOf links, bool keepsLinks, const Use& use) {
-    const std::size_t begin = onwardNumbers.size();
-    const LinkList& list = links(*module(number));
-    for (std::size_t place = 0; place < list.size(); ++place) {
-      const Number found = numbers.add(list, place, ModuleNumbers::As::Held);
+  void readOnward(Number number) {
+    const LinkList& links = onwardLinks(number);
+    const auto begin = static_cast<std::uint32_t>(onwardNumbers.size());
+    for (std::size_t place = 0; place < links.size(); ++place) {
+      const Number found = numbers.add(links, place, ModuleNumbers::As::Held);
       if (found == kNone) {
         continue;
       }
-      if (keepsLinks) {
-        onwardNumbers.push_back(found);
+      if (found == nodes.size()) {
+        nodes.emplace_back();
       }
-      use(found);
+      nodes[found].isInScope = true;
+      onwardNumbers.push_back(found);
     }
-    nodes.resize(numbers.size());
-    if (keepsLinks) {
-      nodes[number].onwardBegin = begin;
-      nodes[number].onwardEnd = onwardNumbers.size();
+    nodes[number].onward = {begin, static_cast<std::uint32_t>(onwardNumbers.size())};
+  }
+
+  void readBack(Number number) {
+    const LinkList& links = backLinks(number);
+    const auto begin = static_cast<std::uint32_t>(backNumbers.size());
+    for (std::size_t place = 0; place < links.size(); ++place) {
+      const Number found = find(links, place);
+      if (found == kNone) {
+        unknownBack.push_back({number, static_cast<std::uint32_t>(place),
+                               static_cast<std::uint32_t>(backNumbers.size())});
+      }
+      backNumbers.push_back(found);
+    }
+    nodes[number].back = {begin, static_cast<std::uint32_t>(backNumbers.size())};
+  }
+
+  void findUnknownBack() {
+    for (const UnknownBack& link : unknownBack) {
+      const LinkList& links = backLinks(link.module);
+      backNumbers[link.at] = find(links, link.place);
+      nodes[link.module].hasUnknownBack |=
+          backNumbers[link.at] == kNone && last != kNone && links.isLive(link.place);
     }
   }
 
-  Number findUnvisited(Number number, std::uint32_t& searched) const {
-    const LinkList& links = waitLinks(*module(number));
-    for (; searched < links.size(); ++searched) {
-      if (lastVisited != kNone && links.isHeldBy(searched, module(lastVisited))) {
-        continue;
-      }
-      const Number found = find(links, searched);
-      if (found != kNone && nodes[found].isInScope && !nodes[found].isVisited) {
-        return found;
+  void countWaits(Number number) {
+    if (!nodes[number].back.isKnown()) {
+      readBack(number);
+    }
+    Node& node = nodes[number];
+    node.isWaitCounted = true;
+    for (std::uint32_t i = node.back.begin; i != node.back.end; ++i) {
+      const Number awaited = backNumbers[i];
+      if (awaited != kNone && nodes[awaited].isInScope && !nodes[awaited].isVisited) {
+        ++node.waits;
+        const auto next = static_cast<std::uint32_t>(waits.size());
+        waits.push_back({number, std::exchange(nodes[awaited].firstWait, next)});
       }
     }
-    return kNone;
   }
 
   /// kNone for a module that has no number, and for one that has gone.
   Number find(const LinkList& links, std::size_t place) const {
     const Number number = numbers.find(links.address(place));
-    return number != kNone && (links.isHeldBy(place, module(number)) || links.isLive(place))
+    return number != kNone &&
+                   (links.isHeldBy(place, numbers.heldModule(number)) || links.isLive(place))
                ? number
                : kNone;
   }
 
-  LinksOf onwardLinks;
-  LinksOf waitLinks;
+  /// Marks what `follow`, called with a module and what is to be called with its neighbours, leads
+  /// to. Goes on from all but `stop`.
+  template <typename Follow>
+  void mark(bool Node::*marked, Number from, Number stop, const Follow& follow) {
+    std::vector<Number> stack{from};
+    while (!stack.empty()) {
+      const Number number = stack.back();
+      stack.pop_back();
+      follow(number, [&](Number met) {
+        if (!std::exchange(nodes[met].*marked, true) && met != stop) {
+          stack.push_back(met);
+        }
+      });
+    }
+  }
+
+  template <typename Use>
+  void forOnward(Number number, Unknown unknown, const Use& use) {
+    if (nodes[number].onward.isKnown()) {
+      forNumbers(onwardNumbers, nodes[number].onward, use);
+    } else {
+      forLinks(onwardLinks(number), unknown, use);
+    }
+  }
+
+  template <typename Use>
+  void forBack(Number number, const Use& use) {
+    if (nodes[number].back.isKnown() && !nodes[number].hasUnknownBack) {
+      forNumbers(backNumbers, nodes[number].back, use);
+    } else {
+      forLinks(backLinks(number), Unknown::Added, use);
+    }
+  }
+
+  template <typename Use>
+  void forNumbers(const std::vector<Number>& found, Span span, const Use& use) const {
+    for (std::uint32_t i = span.begin; i != span.end; ++i) {
+      if (found[i] != kNone) {
+        use(found[i]);
+      }
+    }
+  }
+
+  template <typename Use>
+  void forLinks(const LinkList& links, Unknown unknown, const Use& use) {
+    for (std::size_t place = 0; place < links.size(); ++place) {
+      const Number found = unknown == Unknown::Added
+                               ? numbers.add(links, place, ModuleNumbers::As::Held)
+                               : find(links, place);
+      nodes.resize(numbers.size());
+      if (found != kNone) {
+        use(found);
+      }
+    }
+  }
+
+  Direction direction;
   ModuleNumbers numbers;
   std::vector<Node> nodes;
-  /// The neighbours onwards of the modules whose links were followed, one module after the other.
+  /// The neighbours of the modules whose links have been read, one module after the other.
   std::vector<Number> onwardNumbers;
-  OrderedQueue queue{OrderedQueue::Repeats::LeftOut};
-  Number lastVisited = kNone;
+  /// kNone for those without a number.
+  std::vector<Number> backNumbers;
+  std::vector<UnknownBack> unknownBack;
+  std::vector<Wait> waits;
+  ReadyQueue queue;
   Number first;
-  Number last = kNone;
+  Number last;
 };
-
-/// Requires: start is not null.
-Traversal forwards(const ModulePtr& start, const ModulePtr& end) {
-  return {&ApplyGraph::getNextLinks, &ApplyGraph::getPreviousLinks, start, end};
-}
 
 }  // namespace
 
@@ -216,13 +313,13 @@ void ApplyGraph::forSemanticOrderedModuleRange(std::function<void(ModulePtr)> ca
   if (start == nullptr) {
     return;
   }
-  Traversal traversal = forwards(start, end);
-  const NumberSet allowed = traversal.wayToEnd();
+  Traversal traversal(Direction::Forwards, start, end);
+  traversal.findWayToEnd();
   while (const auto taken = traversal.take()) {
     callback(traversal.module(taken->module));
     traversal.setVisited(taken->module);
     traversal.forOnward(taken->module, [&](Number next) {
-      if (end == nullptr || allowed.contains(next)) {
+      if (end == nullptr || traversal.isOnWay(next)) {
         traversal.push(next, false);
       }
     });
@@ -234,17 +331,17 @@ void ApplyGraph::forSemanticOrderedModuleFullRange(std::function<bool(ModulePtr,
   if (start == nullptr) {
     return;
   }
-  Traversal traversal = forwards(start, end);
-  const NumberSet beyond = traversal.beyondEnd();
-  const NumberSet needed = traversal.wayToEnd();
+  Traversal traversal(Direction::Forwards, start, end);
+  traversal.findBeyondEnd();
+  traversal.findWayToEnd();
   while (const auto taken = traversal.take()) {
     traversal.setVisited(taken->module);
     if (!callback(traversal.module(taken->module), taken->flag)) {
       continue;
     }
     traversal.forOnward(taken->module, [&](Number next) {
-      if (!beyond.contains(next)) {
-        traversal.push(next, taken->flag || (end != nullptr && !needed.contains(next)));
+      if (!traversal.isBeyondEnd(next)) {
+        traversal.push(next, taken->flag || (end != nullptr && !traversal.isOnWay(next)));
       }
     });
   }
@@ -255,7 +352,7 @@ void ApplyGraph::forSemanticOrderedPreviousModules(std::function<bool(ModulePtr)
   if (module == nullptr) {
     return;
   }
-  Traversal traversal(&ApplyGraph::getPreviousLinks, &ApplyGraph::getNextLinks, module, nullptr);
+  Traversal traversal(Direction::Backwards, module, nullptr);
   while (const auto taken = traversal.take()) {
     traversal.setVisited(taken->module);
     if (taken->module == traversal.getFirst() || callback(traversal.module(taken->module))) {

@@ -14,6 +14,16 @@ constexpr std::uint64_t kLongestStep = std::uint64_t{1} << 32;
 
 }  // namespace
 
+template <typename Use>
+void ReadyOrder::forEachOf(Number module, const Use& use) const {
+  for (Index index = module < firstOfModule.size() ? firstOfModule[module] : kNone; index != kNone;
+       index = entries[index].nextOfModule) {
+    if (!entries[index].isRemoved) {
+      use(index);
+    }
+  }
+}
+
 void ReadyOrder::push(Number module, bool flag, bool isCandidate) {
   const auto index = static_cast<Index>(entries.size());
   if (module >= firstOfModule.size()) {
@@ -38,12 +48,34 @@ void ReadyOrder::push(Number module, bool flag, bool isCandidate) {
 }
 
 void ReadyOrder::setCandidate(Number module) {
-  for (Index index = module < firstOfModule.size() ? firstOfModule[module] : kNone; index != kNone;
-       index = entries[index].nextOfModule) {
-    if (!entries[index].isRemoved) {
-      addToHeap(isFromCursorOn(index) ? fromCursorOn : beforeCursor, index);
+  forEachOf(module, [this](Index index) { setCandidateEntry(index); });
+}
+
+void ReadyOrder::setCandidateOnce(Number module) {
+  Index first = kNone;
+  forEachOf(module, [&](Index index) {
+    if (first == kNone || comesBefore(index, first)) {
+      first = index;
     }
+  });
+  forEachOf(module, [&](Index index) {
+    if (index != first) {
+      remove(index);
+    }
+  });
+  if (cursor == kNone) {
+    comeRound();
   }
+  setCandidateEntry(first);
+}
+
+bool ReadyOrder::comesBefore(Index left, Index right) const {
+  const bool isLeftNear = isFromCursorOn(left);
+  return isLeftNear == isFromCursorOn(right) ? isLater(right, left) : isLeftNear;
+}
+
+void ReadyOrder::setCandidateEntry(Index index) {
+  addToHeap(isFromCursorOn(index) ? fromCursorOn : beforeCursor, index);
 }
 
 /// kNone when there is none, wherever the cursor stands.

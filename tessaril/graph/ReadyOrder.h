@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
 // Internal to the library.
@@ -41,6 +42,9 @@ class ReadyOrder {
   void push(Number module, bool flag, bool isCandidate);
   /// All entries of the module are candidates from now on. Requires: none of them was before.
   void setCandidate(Number module);
+  /// The same for a module that is visited as soon as it is taken: of its entries only the one that
+  /// will be taken stays. Requires: there is one.
+  void setCandidateOnce(Number module);
   /// Takes the first candidate whose module is not visited, and drops the visited ones before it.
   template <typename IsVisited>
   std::optional<Taken> take(const IsVisited& isVisited);
@@ -85,6 +89,10 @@ class ReadyOrder {
     void clear();
   };
 
+  template <typename Use>
+  void forEachOf(Number module, const Use& use) const;
+  bool comesBefore(Index left, Index right) const;
+  void setCandidateEntry(Index index);
   void link(Index index, Index before, Index behind);
   void unlink(Index index);
   Label labelBetween(Index before, Index behind);

@@ -32,34 +32,59 @@ namespace {
 using Links = std::vector<std::weak_ptr<ApplyModule>>;
 using ModuleSet = std::unordered_set<std::shared_ptr<ApplyModule>>;
 
-/// `linksOf`: const LinkList&(const ApplyModule&).
+/// How many modules ahead of its turn the memory of a module is asked for.
+constexpr std::size_t kAhead = 4;
+
+/// The module of a link, unless it has been visited; null for one that has gone. `linksOf`, here
+/// and below: NextLinks or PreviousLinks of the class.
+template <typename LinksOf>
+std::shared_ptr<ApplyModule> lockNew(const ApplyModule* address,
+                                     const std::weak_ptr<ApplyModule>& link, const LinksOf& linksOf,
+                                     AddressSet& visited) {
+  const AddressSet::Place place = visited.placeOf(address);
+  if (visited.isTaken(place)) {
+    return nullptr;
+  }
+  linksOf.loadEarly(address);
+  std::shared_ptr<ApplyModule> module = link.lock();
+  if (module != nullptr) {
+    visited.take(place, address);
+  }
+  return module;
+}
+
 template <typename LinksOf>
 bool walkNeighbours(const ApplyModule& origin, const LinksOf& linksOf,
                     const ApplyModule::ModuleVisitor& visitor) {
+  struct Entry {
+    const ApplyModule* address;
+    std::weak_ptr<ApplyModule> link;
+  };
   AddressSet visited;
   // A visitor may be a listener of signals, who edits the graph or drops modules.
   std::vector<std::shared_ptr<ApplyModule>> held;
-  Links stack;
+  std::vector<Entry> stack;
   const ApplyModule* leading = &origin;
   while (true) {
     std::shared_ptr<ApplyModule> module;
     if (leading != nullptr) {
       const LinkList& links = linksOf(*std::exchange(leading, nullptr));
-      for (std::size_t place = 0; place + 1 < links.size(); ++place) {
+      const std::size_t count = links.size();
+      for (std::size_t place = 0; place + 1 < count; ++place) {
         if (!visited.contains(links.address(place))) {
-          stack.push_back(links.links()[place]);
+          stack.push_back({links.address(place), links.links()[place]});
         }
       }
-      if (links.size() != 0) {
-        module = links.links().back().lock();
+      if (count != 0) {
+        module = lockNew(links.address(count - 1), links.links()[count - 1], linksOf, visited);
       }
     } else if (!stack.empty()) {
-      module = stack.back().lock();
+      module = lockNew(stack.back().address, stack.back().link, linksOf, visited);
       stack.pop_back();
     } else {
       return true;
     }
-    if (module == nullptr || !visited.insert(module.get())) {
+    if (module == nullptr) {
       continue;
     }
     if (!visitor(module)) {
@@ -76,8 +101,11 @@ bool walkFromThis(const ApplyModule& origin, const LinksOf& linksOf,
   AddressSet visited;
   std::vector<const ApplyModule*> stack{&origin};
   while (!stack.empty()) {
-    const ApplyModule* module = stack.back();
+    const ApplyModule* const module = stack.back();
     stack.pop_back();
+    if (stack.size() >= kAhead) {
+      linksOf.loadEarly(stack[stack.size() - kAhead]);
+    }
     if (!visited.insert(module)) {
       continue;
     }
@@ -108,11 +136,9 @@ std::vector<std::shared_ptr<ApplyModule>> gathered(const ApplyModule& origin,
     stack.pop_back();
     for (std::size_t place = 0; place < links.size(); ++place) {
       const ApplyModule* const address = links.address(place);
-      if (addresses.contains(address)) {
-        continue;
-      }
-      if (std::shared_ptr<ApplyModule> module = links.links()[place].lock()) {
-        addresses.insert(address);
+      std::shared_ptr<ApplyModule> module =
+          lockNew(address, links.links()[place], linksOf, addresses);
+      if (module != nullptr) {
         modules.push_back(std::move(module));
         if (address != stopModule) {
           stack.push_back(address);
@@ -155,6 +181,16 @@ std::shared_ptr<ApplyModule> lockFirst(const Links& links) {
 }
 
 }  // namespace
+
+struct ApplyModule::NextLinks {
+  const LinkList& operator()(const ApplyModule& module) const { return nextLinksOf(module); }
+  void loadEarly(const ApplyModule* module) const { loadLinksEarly(module); }
+};
+
+struct ApplyModule::PreviousLinks {
+  const LinkList& operator()(const ApplyModule& module) const { return previousLinksOf(module); }
+  void loadEarly(const ApplyModule* module) const { loadLinksEarly(module); }
+};
 
 ApplyModule::ApplyModule() = default;
 ApplyModule::~ApplyModule() = default;
@@ -275,41 +311,29 @@ std::shared_ptr<CommandBase> ApplyModule::createMessageHandlingCmd(
 }
 
 bool ApplyModule::forAllFollowingModules(ModuleVisitor visitor) const {
-  return walkNeighbours(
-      *this, [](const ApplyModule& module) -> const LinkList& { return nextLinksOf(module); },
-      visitor);
+  return walkNeighbours(*this, NextLinks(), visitor);
 }
 
 bool ApplyModule::forAllPreviousModules(ModuleVisitor visitor) const {
-  return walkNeighbours(
-      *this, [](const ApplyModule& module) -> const LinkList& { return previousLinksOf(module); },
-      visitor);
+  return walkNeighbours(*this, PreviousLinks(), visitor);
 }
 
 bool ApplyModule::forThisAndAllFollowingModules(ModuleRefVisitor visitor) const {
-  return walkFromThis(
-      *this, [](const ApplyModule& module) -> const LinkList& { return nextLinksOf(module); },
-      visitor);
+  return walkFromThis(*this, NextLinks(), visitor);
 }
 
 bool ApplyModule::forThisAndAllPreviousModules(ModuleRefVisitor visitor) const {
-  return walkFromThis(
-      *this, [](const ApplyModule& module) -> const LinkList& { return previousLinksOf(module); },
-      visitor);
+  return walkFromThis(*this, PreviousLinks(), visitor);
 }
 
 void ApplyModule::gatherAllDependencies(ModuleSet& modules,
                                         const std::shared_ptr<ApplyModule>& stopModule) const {
-  gather(
-      *this, [](const ApplyModule& module) -> const LinkList& { return previousLinksOf(module); },
-      modules, stopModule);
+  gather(*this, PreviousLinks(), modules, stopModule);
 }
 
 void ApplyModule::gatherAllSuccessors(ModuleSet& modules,
                                       const std::shared_ptr<ApplyModule>& stopModule) const {
-  gather(
-      *this, [](const ApplyModule& module) -> const LinkList& { return nextLinksOf(module); },
-      modules, stopModule);
+  gather(*this, NextLinks(), modules, stopModule);
 }
 
 bool ApplyModule::hasAsAncestor(const ApplyModule& module) const {

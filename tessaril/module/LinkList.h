@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <iterator>
 #include <memory>
+#include <utility>
 #include <vector>
 
 // Internal to the library.
@@ -22,11 +23,28 @@ class LinkList {
  public:
   using Links = std::vector<std::weak_ptr<ApplyModule>>;
 
+  LinkList() = default;
+  ~LinkList() { dropBlock(); }
+  LinkList(const LinkList& other) : references(other.references), own(other.own) {
+    if (hasBlock()) {
+      own.block = blockOf(other.own.block.addresses, size(), size());
+    }
+  }
+  LinkList& operator=(const LinkList& other) {
+    LinkList copy(other);
+    swap(copy);
+    return *this;
+  }
+
   const Links& links() const { return references; }
   std::size_t size() const { return references.size(); }
   bool isLive(std::size_t place) const { return !references[place].expired(); }
   ApplyModule* address(std::size_t place) const {
-    return hasFew(size()) ? few[place] : many[place];
+    // A branch, so that the processor need not know the size before it goes on to the module.
+    if (!hasBlock()) [[likely]] {
+      return own.few[place];
+    }
+    return own.block.addresses[place];
   }
   /// Whether the live or expired entry is one for the module that `module` holds, through the same
   /// owner. If so, it is live.
@@ -38,17 +56,12 @@ class LinkList {
   /// At the end.
   void add(const std::shared_ptr<ApplyModule>& module) {
     const std::size_t count = size();
-    if (count == kFew) {
-      many.assign(few.begin(), few.end());
+    if (count == room()) {
+      addToLargerBlock(module);
+    } else {
+      references.push_back(module);
     }
-    if (!hasFew(count + 1)) {
-      many.resize(count);
-      many.push_back(module.get());
-    }
-    references.push_back(module);
-    if (hasFew(count + 1)) {
-      few[count] = module.get();
-    }
+    addresses()[count] = module.get();
   }
 
   /// An empty pointer makes the entry an expired one, also where it shares an owner.
@@ -70,43 +83,74 @@ class LinkList {
     if (begin == end) {
       return;
     }
-    ApplyModule** const old = addresses();
-    std::copy(old + end, old + size(), old + begin);
+    const std::size_t left = size() - (end - begin);
+    std::copy(addresses() + end, addresses() + size(), addresses() + begin);
+    if (hasBlock() && left <= kFew) {
+      const std::unique_ptr<ApplyModule*[]> block(own.block.addresses);
+      own.few = {};
+      std::copy_n(block.get(), left, own.few.begin());
+    }
     const auto at = [this](std::size_t place) {
       return std::next(references.begin(), static_cast<std::ptrdiff_t>(place));
     };
     references.erase(at(begin), at(end));
-    if (hasFew(size()) && old != few.data()) {
-      std::copy_n(old, size(), few.begin());
-    }
-    many.resize(hasFew(size()) ? 0 : size());
   }
 
   void clear() {
+    dropBlock();
     references.clear();
-    many.clear();
   }
 
   void swap(LinkList& other) {
     references.swap(other.references);
-    few.swap(other.few);
-    many.swap(other.many);
+    std::swap(own, other.own);
   }
 
-  void reserve(std::size_t count) {
-    references.reserve(count);
-    many.reserve(hasFew(count) ? 0 : count);
-  }
+  void reserve(std::size_t count) { references.reserve(count); }
 
  private:
   static constexpr std::size_t kFew = 2;
-  static constexpr bool hasFew(std::size_t count) { return count <= kFew; }
-  ApplyModule** addresses() { return hasFew(size()) ? few.data() : many.data(); }
+  struct Block {
+    ApplyModule** addresses;
+    std::size_t room;
+  };
+  /// Of lists with more entries than a few it is the block.
+  union Addresses {
+    std::array<ApplyModule*, kFew> few;
+    Block block;
+  };
+
+  bool hasBlock() const { return size() > kFew; }
+  std::size_t room() const { return hasBlock() ? own.block.room : kFew; }
+  ApplyModule** addresses() { return hasBlock() ? own.block.addresses : own.few.data(); }
+  ApplyModule* const* addresses() const {
+    return hasBlock() ? own.block.addresses : own.few.data();
+  }
+
+  static Block blockOf(ApplyModule* const* addresses, std::size_t count, std::size_t room) {
+    auto block = std::make_unique_for_overwrite<ApplyModule*[]>(room);
+    std::copy_n(addresses, count, block.get());
+    return {block.release(), room};
+  }
+
+  void addToLargerBlock(const std::shared_ptr<ApplyModule>& module) {
+    const std::size_t count = size();
+    references.reserve(std::max(references.capacity(), 2 * count));
+    const Block larger = blockOf(addresses(), count, 2 * count);
+    dropBlock();
+    references.push_back(module);
+    own.block = larger;
+  }
+
+  void dropBlock() {
+    if (hasBlock()) {
+      delete[] own.block.addresses;
+      own.few = {};
+    }
+  }
 
   Links references;
-  std::array<ApplyModule*, kFew> few{};
-  /// In place of the few.
-  std::vector<ApplyModule*> many;
+  Addresses own{};
 };
 
 }  // namespace Tessaril

@@ -268,10 +268,10 @@ TEST_P(WalkTest, EditsOfVisitedModulesComeTooLateForTheWalk) {
       visited += g.nameOf(module);
       if (module == g["Q"]) {
         if (inserts) {
-          const LinkList before = links;
+          const LinkList::Links before = links.links();
           links.clear();
           links.add(g["N"]);
-          for (const auto& link : before.links()) {
+          for (const auto& link : before) {
             links.add(link.lock());
           }
         } else {

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+// Internal to the library.
+
+namespace Tessaril {
+
+/// A hash table of addresses in one block of memory, with what `Slot` keeps beside them. Nothing is
+/// taken out but all at once.
+///
+/// `Slot`: has a member `const void* address`, null as long as the slot is free.
+template <typename Slot>
+class AddressTable {
+ public:
+  /// Where an address stands, or would stand. Valid until another one is put in.
+  using Place = std::size_t;
+
+  Place placeOf(const void* address) const {
+    // The upper bits of the product depend on all bits of the address.
+    const std::uint64_t product = reinterpret_cast<std::uintptr_t>(address) * 0x9E37'79B9'7F4A'7C15;
+    Place place = product >> shift;
+    while (slots[place].address != address && slots[place].address != nullptr) {
+      place = (place + 1) & (slots.size() - 1);
+    }
+    return place;
+  }
+  bool isTaken(Place place) const { return slots[place].address != nullptr; }
+  const Slot& operator[](Place place) const { return slots[place]; }
+  Slot& operator[](Place place) { return slots[place]; }
+
+  /// Requires: the place is that of the slot's address, which is not null, and free.
+  void put(Place place, const Slot& slot) {
+    // At most half of the slots are taken.
+    if (++count > slots.size() / 2) {
+      grow();
+      place = placeOf(slot.address);
+    }
+    slots[place] = slot;
+  }
+
+  /// Keeps its memory.
+  void clear() {
+    slots.assign(slots.size(), Slot());
+    count = 0;
+  }
+
+ private:
+  static constexpr unsigned int kFirstBits = 5;
+  static constexpr unsigned int kMoreBits = 2;
+
+  void grow() {
+    const std::vector<Slot> old =
+        std::exchange(slots, std::vector<Slot>(slots.size() << kMoreBits));
+    shift -= kMoreBits;
+    for (const Slot& slot : old) {
+      if (slot.address != nullptr) {
+        slots[placeOf(slot.address)] = slot;
+      }
+    }
+  }
+
+  std::vector<Slot> slots = std::vector<Slot>(std::size_t{1} << kFirstBits);
+  unsigned int shift = 64 - kFirstBits;
+  std::size_t count = 0;
+};
+
+}  // namespace Tessaril
