@@ -84,9 +84,9 @@ class DroppedLinkSearch {
   void lookAt(const ApplyModuleData& record, std::size_t index) {
     const std::string module = record.path.toString();
     if (!objects.isModule(record.path)) {
-      dropped.push_back({module, "", false, objects.find(record.path) != nullptr, false});
+      dropped.push_back({module, {}, false, objects.find(record.path) != nullptr, false});
     } else if (lastRecord.at(absoluteForm(record.path)) != index) {
-      dropped.push_back({module, "", false, false, true});
+      dropped.push_back({module, {}, false, false, true});
     } else {
       lookAtList(module, record.previousPaths, false);
       lookAtList(module, record.nextPaths, true);
@@ -191,16 +191,16 @@ ClassStanding InspectedClass::standing() const {
 }
 
 std::string DroppedLink::toString() const {
-  const std::string whither =
+  const std::string where =
       leadsToObject ? "leads to an object that is no module" : "leads nowhere";
   if (isReplaced) {
     return record + " has another record behind this one, and that one counts";
   }
-  if (neighbour.empty()) {
-    return record + " " + whither + ", so its record is left out";
+  if (!neighbour) {
+    return record + " " + where + ", so its record is left out";
   }
-  return record + ": " + neighbour + ", a " + (isNext ? "next" : "previous") + " module, " +
-         whither + ", so the link is dropped";
+  return record + ": " + (neighbour->empty() ? "the empty path" : *neighbour) + ", a " +
+         (isNext ? "next" : "previous") + " module, " + where + ", so the link is dropped";
 }
 
 std::vector<ArchiveProblem> InspectedArchive::problems() const {

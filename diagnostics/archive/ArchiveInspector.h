@@ -33,8 +33,9 @@ struct InspectedClass {
 struct DroppedLink {
   /// The module whose record it is.
   std::string record;
-  /// The neighbour that is left out. Empty where the whole record is.
-  std::string neighbour;
+  /// The path of the neighbour that is left out; a path may be empty. None where the whole record
+  /// is left out.
+  std::optional<std::string> neighbour;
   /// Whether the neighbour stands in the list of next modules.
   bool isNext = false;
   /// True where the path leads to an object that is no module, false where it leads nowhere.

@@ -22,8 +22,8 @@ std::string standingKey(ClassStanding standing) {
   return "unknown";
 }
 
-template <typename Number>
-Json orNull(const std::optional<Number>& value) {
+template <typename Value>
+Json orNull(const std::optional<Value>& value) {
   return value ? Json(*value) : Json(nullptr);
 }
 
@@ -85,13 +85,12 @@ Json toJson(const ApplyModuleData& record) {
 }
 
 Json toJson(const DroppedLink& link) {
-  return {
-      {"record", link.record},
-      {"neighbour", textOrNull(link.neighbour)},
-      {"list", link.neighbour.empty() ? Json(nullptr) : Json(link.isNext ? "next" : "previous")},
-      {"leadsToObject", link.leadsToObject},
-      {"isReplaced", link.isReplaced},
-      {"text", link.toString()}};
+  return {{"record", link.record},
+          {"neighbour", orNull(link.neighbour)},
+          {"list", !link.neighbour ? Json(nullptr) : Json(link.isNext ? "next" : "previous")},
+          {"leadsToObject", link.leadsToObject},
+          {"isReplaced", link.isReplaced},
+          {"text", link.toString()}};
 }
 
 Json toJson(const ArchivedBlock& block) {
