@@ -1,0 +1,129 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "diagnostics/archive/ArchiveReport.h"
+#include "diagnostics/archive/ArchiveText.h"
+#include "tests/diagnostics/archive/SavedGraph.h"
+
+namespace Tessaril::Diagnostics {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using TestSupport::HandMadeArchive;
+using TestSupport::openStep;
+using TestSupport::presentClasses;
+using TestSupport::record;
+using TestSupport::savedGraph;
+
+TEST(ArchiveReport, ShowsADesign) {
+  const std::string bytes =
+      savedGraph("A[active] -> M[merge<main+w]; A -> W:w[fork<main] -> M; A -> (S):s[side<w]");
+  const std::string text = textOf(inspectArchive(bytes), "pair.tsr", false);
+  EXPECT_THAT(text, HasSubstr("pair.tsr\n  format 1, " + std::to_string(bytes.size()) +
+                              " bytes, 8 classes, 5 objects, 4 modules, 4 records of links\n\n"));
+  EXPECT_THAT(text,
+              HasSubstr("\nClasses\n"
+                        "  class                  version  blocks  here\n"
+                        "  Object                 1             5  the version known here\n"));
+  EXPECT_THAT(text, HasSubstr("\nModules\n"
+                              "  module  state                         speed   chain\n"
+                              "  /A      active, consistent, input ok  normal  main chain\n"
+                              "  /M      consistent, input ok          normal  main chain, merges "
+                              "main chain, chain 2\n"
+                              "  /W      consistent, input ok          normal  chain 2, starts as "
+                              "a fork of main chain\n"
+                              "  /S      consistent, input ok          normal  chain 1, starts as "
+                              "a side chain of chain 2\n"));
+  EXPECT_THAT(text, HasSubstr("\nLinks\n"
+                              "  module  previous  next        start\n"
+                              "  /A      -         /M, /W, /S\n"));
+  EXPECT_THAT(text, HasSubstr("  /S      /A        -           start of a side chain\n"));
+  EXPECT_THAT(text, Not(HasSubstr("Problems")));
+  EXPECT_THAT(text, Not(HasSubstr("Left out")));
+  EXPECT_THAT(text, Not(HasSubstr("Blocks")));
+}
+
+TEST(ArchiveReport, ShowsBlocksWhenAskedFor) {
+  EXPECT_THAT(textOf(inspectArchive(savedGraph("A")), "a", true), HasSubstr("\nBlocks\n  24 to "));
+}
+
+TEST(ArchiveReport, SaysWhatIsNewerAndWhatIsNotKnown) {
+  const std::string text =
+      textOf(inspectArchive(HandMadeArchive().with(
+                 {{"ApplyModule", 500003}, {"ModuleState", 53013}, {"Strange.Box", 1}})),
+             "a", false);
+  EXPECT_THAT(text, HasSubstr("newer than this library knows (500002)"));
+  EXPECT_THAT(text, HasSubstr("older than here (500001)"));
+  EXPECT_THAT(text, HasSubstr("not known here"));
+}
+
+TEST(ArchiveReport, PutsProblemsFirst) {
+  std::string bytes = savedGraph("A");
+  bytes[40] = static_cast<char>(bytes[40] ^ 1);
+  EXPECT_THAT(textOf(inspectArchive(bytes), "a", false),
+              HasSubstr("\n\nProblems\n  damaged: the checksum at byte "));
+}
+
+TEST(ArchiveReport, NamesFromAFileCannotControlATerminal) {
+  HandMadeArchive archive;
+  archive.number(1).open("Object").text("design").number(1).number(2);
+  openStep(archive, "App.Step", "red\x1b[31m\nline").close().close();
+  archive.open("ApplyModuleData").number(1);
+  record(archive, "/\x07gone", {}, {}).close();
+  const InspectedArchive inspected =
+      inspectArchive(archive.with(presentClasses({{"App.Step", 1}})));
+  const std::string text = textOf(inspected, "a\tb", true);
+  EXPECT_EQ(text.find('\x1b'), std::string::npos);
+  EXPECT_EQ(text.find('\x07'), std::string::npos);
+  EXPECT_EQ(text.find('\t'), std::string::npos);
+  EXPECT_THAT(text, HasSubstr("/red\\x1b[31m\\x0aline"));
+}
+
+TEST(ArchiveReport, TheSameFactsAsJson) {
+  HandMadeArchive archive;
+  archive.number(1).open("Object").text("design").number(1).number(2);
+  openStep(archive, "App.Step", "A").close().close();
+  archive.open("ApplyModuleData").number(1);
+  record(archive, "/A", {"/gone"}, {}).close().number(5);
+  const std::string bytes = archive.with(presentClasses({{"App.Step", 3}}));
+  const auto json = toJson(inspectArchive(bytes));
+  EXPECT_EQ(json["format"], 1);
+  EXPECT_EQ(json["size"], bytes.size());
+  EXPECT_EQ(json["statedSize"], bytes.size());
+  EXPECT_EQ(json["problems"].dump(), "[]");
+  EXPECT_EQ(json["classes"][0].dump(),
+            R"({"name":"Object","typeId":3851314394,"version":1,"versionHere":1,)"
+            R"("standing":"current","blocks":2})");
+  EXPECT_EQ(json["classes"][7]["standing"], "unknown");
+  EXPECT_EQ(json["classes"][7]["versionHere"], nullptr);
+  EXPECT_EQ(json["objects"][0]["module"], nullptr);
+  EXPECT_EQ(json["objects"][1]["path"], "/A");
+  EXPECT_EQ(json["objects"][1]["module"].dump(),
+            R"({"active":false,"consistent":true,"inputOk":true,"frozen":false,"skipped":false,)"
+            R"("additional":false,"speedRate":3,"insertMode":"addToChain",)"
+            R"("chainId":"00000000-0000-0000-0000-000000000000","mergeChainIds":[]})");
+  EXPECT_EQ(json["links"].dump(),
+            R"([{"module":"/A","previous":["/gone"],"next":[],"startOfSideChain":false}])");
+  EXPECT_EQ(json["droppedLinks"][0]["neighbour"], "/gone");
+  EXPECT_EQ(json["droppedLinks"][0]["list"], "previous");
+  EXPECT_EQ(json["bytesBehind"], 4);
+  EXPECT_EQ(json["blocks"][0]["class"], "Object");
+}
+
+TEST(ArchiveReport, JsonHoldsNoBrokenText) {
+  const nlohmann::ordered_json json{{"name", "caf\xe9"}};
+  EXPECT_EQ(dumpJson(json), "{\n  \"name\": \"caf\xEF\xBF\xBD\"\n}\n");
+}
+
+TEST(ArchiveText, SpeedRates) {
+  EXPECT_EQ(speedRateName(0), "instant");
+  EXPECT_EQ(speedRateName(5), "very slow");
+  EXPECT_EQ(speedRateName(6), "rate 6");
+  EXPECT_EQ(speedRateName(-1), "rate -1");
+}
+
+}  // namespace
+}  // namespace Tessaril::Diagnostics
