@@ -148,16 +148,22 @@ if(TARGET tessaril_diagnostics)
   tessaril_install_pkgconfig(tessaril-diagnostics diagnostics)
 endif()
 
-foreach(program IN ITEMS tessaril-inspect tessaril_inspect)
-  if(TARGET ${program})
-    if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-      file(RELATIVE_PATH from_programs "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
-      set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_programs}")
-    endif()
-    install(TARGETS ${program} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT inspect)
-    set(has_inspect TRUE)
+if(TARGET tessaril_inspect)
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    file(RELATIVE_PATH from_programs "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+    set_target_properties(tessaril_inspect PROPERTIES INSTALL_RPATH "$ORIGIN/${from_programs}")
   endif()
-endforeach()
+  install(TARGETS tessaril_inspect RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT inspect)
+  if(EXISTS "${PROJECT_SOURCE_DIR}/tools/inspect/tessaril-inspect.1")
+    configure_file(tools/inspect/tessaril-inspect.1 packaging/tessaril-inspect.1 COPYONLY)
+    execute_process(COMMAND gzip -9nf "${CMAKE_CURRENT_BINARY_DIR}/packaging/tessaril-inspect.1"
+                            COMMAND_ERROR_IS_FATAL ANY)
+    install(
+      FILES "${CMAKE_CURRENT_BINARY_DIR}/packaging/tessaril-inspect.1.gz"
+      DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+      COMPONENT inspect)
+  endif()
+endif()
 
 # The conformance tests, for hosts that connect services of their own.
 install(

@@ -113,9 +113,13 @@ if(TARGET tessaril_diagnostics)
     "diagnostics of graphs of design steps - development files"
     "Checks, explains, draws and measures graphs, their updates and saved designs.")
 endif()
-if(has_inspect)
+if(TARGET tessaril_inspect)
+  set(inspect_depends "")
+  if(TESSARIL_LIBRARY_TYPE STREQUAL "SHARED")
+    set(inspect_depends "libtessaril-apply1 (= ${debian_version}), ${apply_depends}")
+  endif()
   tessaril_package(
-    inspect tessaril-inspect devel "" "looks at saved designs"
+    inspect tessaril-inspect devel "${inspect_depends}" "looks at saved designs"
     "Lists, checks, draws and compares the designs that Tessaril's archives hold.")
 endif()
 

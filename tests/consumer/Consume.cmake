@@ -4,10 +4,12 @@
 # SOURCE_DIR   the library's sources
 # BUILD_DIR    where they are built, for what is installed from there
 # WORK_DIR     made anew
+# HAS_DIAGNOSTICS, HAS_INSPECT     whether the build tree has the diagnostics and tessaril-inspect
 # COMPILER, BUILD_TYPE, LAUNCHER   for what is built here
 
 set(here "${CMAKE_CURRENT_LIST_DIR}")
 set(update_output "Update Design up to: Apply roof: 9, 1\nundone: 0, 0\n")
+set(snapshot_output "/mesh (Step)\n/parts (Step)\n")
 set(stored_output "requirements -> parts -> mesh (frozen)\n")
 
 function(fail why)
@@ -114,6 +116,19 @@ function(use_through_cmake prefix)
   build(application)
   expect_output("${update_output}" "${WORK_DIR}/application/update")
   expect_output("${stored_output}" "${WORK_DIR}/application/stored")
+  if(NOT KIND MATCHES "foreign")
+    expect_output("Drehmoment\nrefused\n" "${WORK_DIR}/application/reference_services")
+  endif()
+endfunction()
+
+# What only a build tree with diagnostics has.
+function(use_diagnostics prefix)
+  if(HAS_DIAGNOSTICS)
+    expect_output("${snapshot_output}" "${WORK_DIR}/application/snapshot")
+  endif()
+  if(HAS_INSPECT)
+    run("${WORK_DIR}/${prefix}/bin/tessaril-inspect" --help)
+  endif()
 endfunction()
 
 function(use_through_pkgconfig prefix)
@@ -174,6 +189,7 @@ if(KIND STREQUAL "shared")
   expect_relocatable(installed)
   move(installed)
   use_through_cmake("moved installed")
+  use_diagnostics("moved installed")
   use_through_pkgconfig("moved installed")
 
 elseif(KIND STREQUAL "static")
@@ -222,10 +238,18 @@ elseif(KIND STREQUAL "debian")
   if(output MATCHES "include|cmake|\\.so\n")
     fail("The package of the library holds\n${output}")
   endif()
+  if(HAS_DIAGNOSTICS)
+    expect_field(libtessaril-diagnostics-dev Depends "libtessaril-apply-dev \\(= .*nlohmann-json3-dev")
+  endif()
+  if(HAS_INSPECT)
+    expect_field(tessaril-inspect Depends
+                 "libtessaril-apply1 \\(= .*libtessaril-reference-platform1 \\(= ")
+  endif()
   foreach(package IN LISTS packages)
     run(dpkg-deb --extract "${${package}}" installed)
   endforeach()
   use_through_cmake(installed/usr)
+  use_diagnostics(installed/usr)
   use_through_pkgconfig(installed/usr)
 
 else()
