@@ -13,10 +13,10 @@
 // 1. Its scope is what the start leads to, without what lies only behind the end; needed is what
 //    the end depends on, without what lies only before the start. Forwards only next lists count,
 //    backwards only previous lists.
-// 2. On the way it goes from the start to needed next modules. A module waits for those of its
-//    previous modules that are in scope.
-// 3. Off the way and behind the end, it takes the side graph of each next module that is not
-//    needed. Within that, modules wait for each other; for what is not in it, they do not. So the
+// 2. On the way it goes from the start to needed next modules, until it has passed the end. A
+//    module waits for those of its previous modules that are in scope.
+// 3. Off the way and behind the end, it takes the side graph of each next module that is not on the
+//    way. Within that, modules wait for each other; for what is not in it, they do not. So the
 //    first module of a side graph waits for nothing, unless it is on a cycle.
 // 4. What the start leads to and is not reached is on a cycle, waits for one, or has lost an end of
 //    a link.
@@ -109,9 +109,11 @@ class ReachFinder {
   }
 
  private:
+  using LinkQuestion = std::function<bool(std::size_t from, std::size_t to)>;
+
   /// Visits what becomes ready, from `queue` on, and asks `goesOn` which next modules to queue.
   void visitReady(std::vector<std::size_t> queue, const Marks& awaited, Marks& visited,
-                  const std::function<bool(std::size_t)>& goesOn) {
+                  const LinkQuestion& goesOn) {
     std::vector<std::size_t> open = countAwaited(awaited, visited);
     Marks isQueued(count, false);
     for (const std::size_t module : queue) {
@@ -131,7 +133,7 @@ class ReachFinder {
       const std::size_t module = ready.back();
       ready.pop_back();
       for (const std::size_t successor : next[module]) {
-        if (goesOn(successor)) {
+        if (goesOn(module, successor)) {
           isQueued[successor] = true;
           visitIfReady(successor, ready);
         }
@@ -156,7 +158,13 @@ class ReachFinder {
   }
 
   void goTheWay() {
-    visitReady({start}, scope, isVisited, [this](std::size_t module) { return needed[module]; });
+    visitReady({start}, scope, isVisited,
+               [this](std::size_t from, std::size_t to) { return from != end && needed[to]; });
+  }
+
+  /// What an update auto-applies with the side graph in which it lies.
+  bool isOffTheWay(std::size_t module) const {
+    return !isVisited[module] && !(needed[module] && scope[module]);
   }
 
   bool isLeftOver(std::size_t module) const {
@@ -182,30 +190,29 @@ class ReachFinder {
   }
 
   void goOffTheWay() {
-    std::vector<std::size_t> roots;
+    Marks leftOver(count, false);
+    std::vector<std::size_t> queue;
     for (std::size_t module = 0; module < count; ++module) {
-      for (const std::size_t successor : next[module]) {
-        if (isVisited[module] && !needed[successor] && !isCyclic[successor] &&
-            !isAutoApplied[successor]) {
-          isAutoApplied[successor] = true;
-          roots.push_back(successor);
-        }
+      leftOver[module] = isLeftOver(module);
+    }
+    for (std::size_t module = 0; module < count; ++module) {
+      if (leftOver[module] && startsSideGraph(module)) {
+        isAutoApplied[module] = true;
+        queue.insert(queue.end(), next[module].begin(), next[module].end());
       }
     }
-    Marks leftOver(count, false);
-    for (std::size_t module = 0; module < count; ++module) {
-      leftOver[module] = behindStart[module] && !isVisited[module];
-    }
-    std::vector<std::size_t> queue;
-    for (const std::size_t root : roots) {
-      queue.insert(queue.end(), next[root].begin(), next[root].end());
-    }
-    queue.erase(
-        std::remove_if(queue.begin(), queue.end(),
-                       [this](std::size_t module) { return needed[module] || isVisited[module]; }),
-        queue.end());
+    queue.erase(std::remove_if(queue.begin(), queue.end(),
+                               [this](std::size_t module) { return !isOffTheWay(module); }),
+                queue.end());
     visitReady(std::move(queue), leftOver, isAutoApplied,
-               [this](std::size_t module) { return !needed[module] && !isVisited[module]; });
+               [this](std::size_t /*from*/, std::size_t to) { return isOffTheWay(to); });
+  }
+
+  bool startsSideGraph(std::size_t module) const {
+    return isOffTheWay(module) && !isCyclic[module] &&
+           std::any_of(ledToBy[module].begin(), ledToBy[module].end(), [&](std::size_t from) {
+             return isVisited[from] && (from == end || !needed[module]);
+           });
   }
 
   void findWhatIsBehindCycles() {
