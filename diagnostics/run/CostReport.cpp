@@ -25,7 +25,7 @@ using Rate = Speed::Rate;
 /// An update leaves the last percents of its progress to its end.
 constexpr int kLastMark = 98;
 /// Points of progress that are not worth a change of a rate.
-constexpr double kTolerance = 1.0;
+constexpr double kTolerance = 2.0;
 constexpr std::size_t kMostScales = 4000;
 constexpr std::size_t kMostCopies = 1'000'000;
 constexpr std::size_t kWidestName = 24;
@@ -359,10 +359,7 @@ std::string verdict(const ModuleCost& cost) {
   if (!cost.liesToProgress()) {
     return {};
   }
-  if (cost.barShare < cost.timeShare) {
-    return "takes longer than its rate says";
-  }
-  return "is over sooner than its rate says";
+  return cost.barShare < cost.timeShare ? "counts too little" : "counts too much";
 }
 
 std::string joined(const std::vector<std::string>& names) {
@@ -373,19 +370,22 @@ std::string joined(const std::vector<std::string>& names) {
   return text;
 }
 
+bool hasLiars(const CostReport& report) {
+  return std::any_of(report.modules.begin(), report.modules.end(),
+                     [](const ModuleCost& cost) { return cost.liesToProgress(); });
+}
+
 std::string summary(const CostReport& report) {
-  const auto liars = std::count_if(report.modules.begin(), report.modules.end(),
-                                   [](const ModuleCost& cost) { return cost.liesToProgress(); });
   std::string text =
       "Full applies in " + std::to_string(report.runs) + (report.runs == 1 ? " run: " : " runs: ");
   if (report.modules.empty()) {
     return text + "none was measured.";
   }
   text += "the progress is off by up to " + points(report.error);
-  if (liars == 0) {
+  if (!hasLiars(report)) {
     return text + "; the rates are as true as rates can be.";
   }
-  return text + "; with the rates on the right by up to " + points(report.truthfulError) + ".";
+  return text + "; with the true rates by up to " + points(report.truthfulError) + ".";
 }
 
 }  // namespace
@@ -415,6 +415,10 @@ std::string tableOf(const CostReport& report, std::size_t width) {
   };
   addLines(summary(report));
   text += report.modules.empty() ? "" : "\n" + table.text();
+  if (hasLiars(report)) {
+    text += "\n";
+    addLines("Rates count in relation to one another: change all of them, or none.");
+  }
   if (report.autoApplyShare > 0.0) {
     text += "\n";
     addLines("Auto applies took " + percent(report.autoApplyShare) +

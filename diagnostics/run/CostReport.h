@@ -69,7 +69,7 @@ struct CostReport {
 /// The progress is computed as an update computes it, with the host's own weights: each apply gets
 /// its module's share, in whole percent, among all modules from it to the end, of what is left up
 /// to 98. The truthful rates are those for which the marks come closest to the times; of rates that
-/// do so within one point those with the fewest changes, so that a measurement's noise changes no
+/// do so within two points those with the fewest changes, so that a measurement's noise changes no
 /// rate. With more than a hundred modules of like weight no rates are truthful: a share below one
 /// percent counts as none.
 ///

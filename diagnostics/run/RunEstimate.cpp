@@ -191,7 +191,7 @@ class Rehearsal {
     for (std::size_t index = 0; index < modules.size(); ++index) {
       if (places[index] == 0) {
         EstimatedStep& step = result.steps.emplace_back(std::move(unordered[index]));
-        step.reason = notReached(step, result.end);
+        step.reason = notReached(step, result.end, lastApply[index] > 0);
       }
     }
     return result;
@@ -214,17 +214,14 @@ class Rehearsal {
     }
   }
 
-  std::string notReached(const EstimatedStep& step, const std::string& endName) const {
-    switch (step.place) {
-      case Place::OnTheWay:
-        return "it lies on or behind a cycle, or nothing that leads to it starts at the start";
-      case Place::OffTheWay:
-        return "off the way to " + endName + "; nothing before it would be applied";
-      case Place::BehindEnd:
-        return "behind " + endName +
-               (horizon == nullptr ? ", where the update ends" : "; it waits for a cycle");
+  static std::string notReached(const EstimatedStep& step, const std::string& endName,
+                                bool hasApplyBefore) {
+    if (step.place == Place::OnTheWay) {
+      return "it lies on or behind a cycle, or the start does not lead to it";
     }
-    return {};
+    return (step.place == Place::BehindEnd ? "behind " : "off the way to ") + endName +
+           (hasApplyBefore ? "; it lies on or behind a cycle"
+                           : "; nothing before it would be applied");
   }
 
   ModulePtr start;

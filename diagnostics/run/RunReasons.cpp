@@ -160,8 +160,7 @@ class Explanation {
 
   std::string signalled(const RunStep& step) const {
     if (step.inconsistentBefore) {
-      return nameOf(*step.inconsistentBefore) +
-             " before it stayed inconsistent after its auto apply";
+      return nameOf(*step.inconsistentBefore) + " before it stayed inconsistent";
     }
     if (openAutoApply) {
       return "told of a change, by the update or by the auto apply of " + nameOf(*openAutoApply);
@@ -169,7 +168,12 @@ class Explanation {
     if (!step.answers || !step.flags) {
       return "its state may have changed";
     }
-    return need(step) + "; " + noAutoApplyReason(*step.answers, *step.flags, false);
+    const PolicyAnswers& answers = *step.answers;
+    const bool saysThatNothingIsPossible = (answers.applyNecessary || answers.updateInfoRelevant) &&
+                                           !answers.applyPossible && !answers.autoApplyPossible;
+    return need(step) + (saysThatNothingIsPossible
+                             ? std::string()
+                             : "; " + noAutoApplyReason(answers, *step.flags, false));
   }
 
   static std::string passedOver(const RunStep& step) {
@@ -183,17 +187,17 @@ class Explanation {
   }
 
   std::string noAutoApplyCommand(const RunStep& step) const {
-    return "an auto apply was due, but no command was made for it" +
-           (moduleOf(step).place == Place::OnTheWay ? behind(need(step)) : std::string());
+    return "an auto apply was due, but no command was made for it" + behind(need(step));
   }
 
   std::string notReached(const RunStep& step) const {
     const ReportedModule& module = moduleOf(step);
-    if (module.place == Place::BehindEnd && !report.horizon) {
-      return "behind " + endName() + ", where the update ends";
+    if (report.outcome == RunReport::Outcome::Thrown ||
+        (module.place == Place::OnTheWay && hasEndedEarly())) {
+      return "the run ended before it";
     }
     if (module.place == Place::OnTheWay) {
-      return hasEndedEarly() ? "the run ended before it" : unseen(module);
+      return unseen(module);
     }
     const std::string where =
         module.place == Place::BehindEnd ? "behind " + endName() : "off the way to " + endName();

@@ -86,8 +86,8 @@ struct PresentRun {
   std::optional<std::size_t> subCommand;
   /// An auto apply whose end has not been seen.
   std::optional<std::size_t> openAutoApply;
-  /// The last step that is no signal, and the modules that will be signalled if that was an auto
-  /// apply that left its module inconsistent.
+  /// The last step that is neither a signal nor a message, and the modules that will be signalled
+  /// if that was an auto apply that left its module inconsistent.
   std::optional<std::size_t> decision;
   std::optional<std::size_t> judgedDecision;
   std::unordered_set<std::shared_ptr<ApplyModule>> toBeSignalled;
@@ -144,7 +144,7 @@ struct RunRecorder::State {
     step.flags = inquiry.flags;
     run.report.steps.push_back(std::move(step));
     run.tracks.emplace_back();
-    if (deed != Deed::Signalled) {
+    if (deed != Deed::Signalled && deed != Deed::MessageHandled) {
       run.decision = run.tracks.size() - 1;
     }
     return run.report.steps.back();
@@ -348,19 +348,21 @@ void RunRecorder::suppressionAsked(const ModulePtr& module, bool suppressed) {
 }
 
 void RunRecorder::cancellationAsked(const ModulePtr& module, bool cancelled) {
+  {
+    const std::lock_guard lock(state->mutex);
+    PresentRun* const run = state->present();
+    if (run == nullptr) {
+      return;
+    }
+    state->closeAutoApply(*run);
+    if (std::exchange(run->asksOfLastModule, false) && !cancelled) {
+      return;
+    }
+  }
   const Inquiry inquiry = state->inquire(module);
   const std::lock_guard lock(state->mutex);
-  PresentRun* const run = state->present();
-  if (run == nullptr) {
-    return;
-  }
-  state->closeAutoApply(*run);
-  const bool isOfLastModule = std::exchange(run->asksOfLastModule, false);
-  if (cancelled) {
-    state->addStep(*run, module, Deed::Cancelled, inquiry);
-  } else if (!isOfLastModule) {
-    state->addStep(*run, module, Deed::PassedOver, inquiry);
-  }
+  state->addStep(*state->present(), module, cancelled ? Deed::Cancelled : Deed::PassedOver,
+                 inquiry);
 }
 
 void RunRecorder::signalHeard(const ModulePtr& module) {
@@ -404,7 +406,8 @@ void RunRecorder::judgeAutoApply() {
     run.toBeSignalled.clear();
     const RunStep& step = run.report.steps[*run.decision];
     const ReportedModule& decided = run.report.modules[step.module];
-    if (step.deed == Deed::AutoApply && state->options.askAgain &&
+    const bool isAutoApply = step.deed == Deed::AutoApply || step.deed == Deed::NoAutoApplyCommand;
+    if (isAutoApply && state->options.askAgain &&
         (decided.place != Place::OnTheWay || hasStopped(run.report))) {
       module = std::const_pointer_cast<ApplyModule>(decided.module.lock());
     }

@@ -39,13 +39,22 @@ std::string threadCell(const RunStep& step) {
   return *step.thread == 0 ? "inline" : "worker " + std::to_string(*step.thread);
 }
 
-std::string reasonCell(const RunStep& step) {
-  std::string text = step.failure.empty() ? "" : "FAILED: " + step.failure + "; ";
+/// Without the full stop of a sentence, since more is said behind it.
+std::string unfinished(std::string sentence) {
+  sentence.erase(sentence.find_last_not_of('.') + 1);
+  return sentence;
+}
+
+std::string reasonCell(const RunStep& step, Place place) {
+  std::string text = step.failure.empty() ? "" : "FAILED: " + unfinished(step.failure) + "; ";
   text += step.reason;
   const auto add = [&text](const std::string& words) {
     text += (text.empty() ? "" : "; ") + words;
   };
-  if (!step.received.empty() && step.deed != Deed::MessageHandled) {
+  const bool saysNeed = step.deed == Deed::FullApply || place == Place::OnTheWay;
+  const bool isNamedInReason = step.deed == Deed::MessageHandled ||
+                               (saysNeed && step.answers && step.answers->updateInfoRelevant);
+  if (!step.received.empty() && !isNamedInReason) {
     add("handed " + joinedNames(step.received));
   }
   if (!step.left.empty() && step.left != step.received) {
@@ -145,7 +154,7 @@ std::string tableOf(const RunReport& report, const RunTableOptions& options) {
     const bool isCounted = step.deed != Deed::NotReached;
     table.addRow({isCounted ? std::to_string(++number) : std::string(),
                   report.modules[step.module].name, deedCell(step), timeCell(step),
-                  threadCell(step), reasonCell(step)});
+                  threadCell(step), reasonCell(step, report.modules[step.module].place)});
   }
   const auto inconsistent = stillInconsistent(report);
   return heading(report, options.width) + "\n" + table.text() +

@@ -124,6 +124,9 @@ std::vector<std::string> brokenInto(std::size_t width, std::string_view text) {
     }
     while (displayWidth(word) > width) {
       const std::size_t bytes = fittingBytes(word, width);
+      if (bytes == word.size()) {
+        break;
+      }
       lines.back() = word.substr(0, bytes);
       word.remove_prefix(bytes);
       lines.emplace_back();
