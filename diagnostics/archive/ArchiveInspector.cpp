@@ -26,21 +26,6 @@ std::vector<InspectedClass> classesOf(const ArchiveFrames& frames) {
   return classes;
 }
 
-/// The absolute form of a path that starts at the root; empty for one that leads nowhere.
-std::string absoluteForm(const Path& path) {
-  std::vector<std::string> names;
-  for (const std::string& name : path.getNames()) {
-    if (name != "..") {
-      names.push_back(name);
-    } else if (names.empty()) {
-      return {};
-    } else {
-      names.pop_back();
-    }
-  }
-  return path.isEmpty() ? std::string() : Path::absolute(std::move(names)).toString();
-}
-
 /// Looks for what a path leads to among the listed objects.
 class ObjectsByPath {
  public:
@@ -52,59 +37,16 @@ class ObjectsByPath {
     }
   }
 
-  const ArchivedObject* find(const Path& path) const {
+  PathTarget find(const Path& path) const {
     const auto found = objects.find(absoluteForm(path));
-    return found == objects.end() ? nullptr : found->second;
-  }
-  bool isModule(const Path& path) const {
-    const ArchivedObject* object = find(path);
-    return object != nullptr && object->module.has_value();
+    if (found == objects.end()) {
+      return PathTarget::Nothing;
+    }
+    return found->second->module ? PathTarget::Module : PathTarget::OtherObject;
   }
 
  private:
   std::unordered_map<std::string, const ArchivedObject*> objects;
-};
-
-class DroppedLinkSearch {
- public:
-  explicit DroppedLinkSearch(const DesignListing& listing) : design(listing), objects(listing) {
-    for (std::size_t i = 0; i < design.links.size(); ++i) {
-      lastRecord[absoluteForm(design.links[i].path)] = i;
-    }
-  }
-
-  std::vector<DroppedLink> search() {
-    for (std::size_t i = 0; i < design.links.size(); ++i) {
-      lookAt(design.links[i], i);
-    }
-    return std::move(dropped);
-  }
-
- private:
-  void lookAt(const ApplyModuleData& record, std::size_t index) {
-    const std::string module = record.path.toString();
-    if (!objects.isModule(record.path)) {
-      dropped.push_back({module, {}, false, objects.find(record.path) != nullptr, false});
-    } else if (lastRecord.at(absoluteForm(record.path)) != index) {
-      dropped.push_back({module, {}, false, false, true});
-    } else {
-      lookAtList(module, record.previousPaths, false);
-      lookAtList(module, record.nextPaths, true);
-    }
-  }
-
-  void lookAtList(const std::string& module, const std::vector<Path>& list, bool isNext) {
-    for (const Path& path : list) {
-      if (!objects.isModule(path)) {
-        dropped.push_back({module, path.toString(), isNext, objects.find(path) != nullptr, false});
-      }
-    }
-  }
-
-  const DesignListing& design;
-  ObjectsByPath objects;
-  std::unordered_map<std::string, std::size_t> lastRecord;
-  std::vector<DroppedLink> dropped;
 };
 
 /// Completes the graph of the records by what is known of the modules.
@@ -190,19 +132,6 @@ ClassStanding InspectedClass::standing() const {
   return version < *versionHere ? ClassStanding::Older : ClassStanding::Newer;
 }
 
-std::string DroppedLink::toString() const {
-  const std::string where =
-      leadsToObject ? "leads to an object that is no module" : "leads nowhere";
-  if (isReplaced) {
-    return record + " has another record behind this one, and that one counts";
-  }
-  if (!neighbour) {
-    return record + " " + where + ", so its record is left out";
-  }
-  return record + ": " + (neighbour->empty() ? "the empty path" : *neighbour) + ", a " +
-         (isNext ? "next" : "previous") + " module, " + where + ", so the link is dropped";
-}
-
 std::vector<ArchiveProblem> InspectedArchive::problems() const {
   std::vector<ArchiveProblem> all = frames.problems;
   for (const ArchiveProblem& problem : design.problems) {
@@ -219,7 +148,9 @@ InspectedArchive inspectArchive(std::string bytes) {
   archive.classes = classesOf(archive.frames);
   archive.design = listDesign(bytes);
   archive.bytes = std::move(bytes);
-  archive.droppedLinks = DroppedLinkSearch(archive.design).search();
+  const ObjectsByPath objects(archive.design);
+  archive.droppedLinks = droppedLinks(archive.design.links,
+                                      [&objects](const Path& path) { return objects.find(path); });
   return archive;
 }
 

@@ -7,6 +7,7 @@
 
 #include "diagnostics/archive/ArchiveFrames.h"
 #include "diagnostics/archive/DesignListing.h"
+#include "diagnostics/archive/DroppedLinks.h"
 #include "diagnostics/graph/GraphSnapshot.h"
 
 namespace Tessaril::Diagnostics {
@@ -27,26 +28,6 @@ struct InspectedClass {
   std::size_t blocks = 0;
 
   ClassStanding standing() const;
-};
-
-/// What restoring the links would leave out, or would not use.
-struct DroppedLink {
-  /// The module whose record it is.
-  std::string record;
-  /// The path of the neighbour that is left out; a path may be empty. None where the whole record
-  /// is left out.
-  std::optional<std::string> neighbour;
-  /// Whether the neighbour stands in the list of next modules.
-  bool isNext = false;
-  /// True where the path leads to an object that is no module, false where it leads nowhere.
-  bool leadsToObject = false;
-  /// True where a later record of the same module counts.
-  bool isReplaced = false;
-
-  /// One sentence.
-  std::string toString() const;
-
-  friend bool operator==(const DroppedLink&, const DroppedLink&) = default;
 };
 
 /// All that is known of an archive.

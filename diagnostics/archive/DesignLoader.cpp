@@ -12,11 +12,19 @@
 namespace Tessaril::Diagnostics {
 namespace {
 
+PathTarget targetOf(const Object& root, const Path& path) {
+  const std::shared_ptr<Object> object = root.getObject(path, GetObjectBehavior::ReturnNull);
+  if (object == nullptr) {
+    return PathTarget::Nothing;
+  }
+  return std::dynamic_pointer_cast<ApplyModule>(object) != nullptr ? PathTarget::Module
+                                                                   : PathTarget::OtherObject;
+}
+
 std::size_t resolvedRecords(const Object& root, const std::vector<ApplyModuleData>& links) {
   return static_cast<std::size_t>(
       std::count_if(links.begin(), links.end(), [&root](const ApplyModuleData& record) {
-        return std::dynamic_pointer_cast<ApplyModule>(
-                   root.getObject(record.path, GetObjectBehavior::ReturnNull)) != nullptr;
+        return targetOf(root, record.path) == PathTarget::Module;
       }));
 }
 
@@ -67,6 +75,11 @@ LoadedDesign loadDesign(const std::string& bytes) {
   ApplyGraph::restoreApplyGraph(loaded.treeRoot, loaded.links);
   gatherModules(loaded.treeRoot, loaded.modules);
   return loaded;
+}
+
+std::vector<DroppedLink> droppedLinks(const LoadedDesign& loaded) {
+  return droppedLinks(loaded.links,
+                      [&loaded](const Path& path) { return targetOf(*loaded.treeRoot, path); });
 }
 
 }  // namespace Tessaril::Diagnostics

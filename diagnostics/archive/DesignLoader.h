@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "diagnostics/archive/DroppedLinks.h"
 #include "tessaril/module/ApplyModule.h"
 #include "tessaril/persistence/ApplyModuleData.h"
 #include "tessaril/platform/parameterization/Object.h"
@@ -39,5 +40,8 @@ void loadApplicationLibrary(const std::filesystem::path& library);
 ///
 /// The loaded objects may do whatever their application has them do when they are read.
 LoadedDesign loadDesign(const std::string& bytes);
+
+/// What restoring the links has left out, as the application's own objects say.
+std::vector<DroppedLink> droppedLinks(const LoadedDesign& loaded);
 
 }  // namespace Tessaril::Diagnostics

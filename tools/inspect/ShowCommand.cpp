@@ -12,10 +12,11 @@ using Diagnostics::ClassStanding;
 using Diagnostics::InspectedArchive;
 using Diagnostics::InspectedClass;
 
-/// Why the classes that are known here cannot read the design; empty when they can.
-std::string whyNotReadable(const std::string& bytes) {
+/// Why the classes that are known here cannot read the design; empty when they can. Then its own
+/// objects say which links are dropped.
+std::string whyNotReadable(InspectedArchive& archive) {
   try {
-    Diagnostics::loadDesign(bytes);
+    archive.droppedLinks = droppedLinks(Diagnostics::loadDesign(archive.bytes));
     return {};
   } catch (const std::exception& e) {
     return e.what();
@@ -47,8 +48,8 @@ std::string readableLine(const std::string& whyNot, bool classesAreMissing) {
 
 int show(const ShowOptions& options, std::ostream& output) {
   loadLibraries(options.libraries);
-  const InspectedArchive archive = inspectFile(options.file);
-  const std::string whyNot = whyNotReadable(archive.bytes);
+  InspectedArchive archive = inspectFile(options.file);
+  const std::string whyNot = whyNotReadable(archive);
   if (options.json) {
     nlohmann::ordered_json json = toJson(archive);
     json["readable"] = whyNot.empty();

@@ -4,7 +4,8 @@
 #include <string>
 
 #include "diagnostics/archive/DesignLoader.h"
-#include "tessaril/platform/persistence_archiver/ArchiveException.h"
+#include "tessaril/persistence/NestedRecord.h"
+#include "tessaril/platform/persistence_archiver/PersistenceArchiver.h"
 #include "tests/diagnostics/archive/SavedGraph.h"
 
 namespace Tessaril::Diagnostics {
@@ -35,6 +36,20 @@ TEST(DesignLoader, PutsADesignThatWasSavedBelowTheRootBelowOne) {
   EXPECT_EQ(loaded.design->getParent(), loaded.treeRoot.get());
   ASSERT_EQ(loaded.modules.size(), 2U);
   EXPECT_EQ(loaded.modules[0]->getNextApplyModule(), loaded.modules[1]);
+}
+
+TEST(DesignLoader, TellsWhichLinksWereDropped) {
+  auto design = TestSupport::plant(TestSupport::graphOf<TestSupport::StoredModule>("A -> B"));
+  design.root->addChild(std::make_shared<Object>("box"));
+  PersistenceArchiver archiver;
+  archiver.writeShared(design.root);
+  std::vector<ApplyModuleData> links = TestSupport::storedLinks(design.graph);
+  links[0].nextPaths = {Path("/box"), Path("/B"), Path("/gone")};
+  writeContainer(archiver, links);
+  const std::vector<DroppedLink> dropped = droppedLinks(loadDesign(archiver.finish()));
+  ASSERT_EQ(dropped.size(), 2U);
+  EXPECT_EQ(dropped[0], (DroppedLink{"/A", "/box", true, true, false}));
+  EXPECT_EQ(dropped[1], (DroppedLink{"/A", "/gone", true, false, false}));
 }
 
 TEST(DesignLoader, RefusesClassesThatAreNotKnown) {
