@@ -1,6 +1,7 @@
 #include "diagnostics/archive/ArchiveReport.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -41,9 +42,8 @@ std::string listed(const std::vector<std::string>& words, const std::string& non
 
 std::string listed(const std::vector<Path>& paths) {
   std::vector<std::string> words;
-  for (const Path& path : paths) {
-    words.push_back(oneLine(path.toString()));
-  }
+  std::transform(paths.begin(), paths.end(), std::back_inserter(words),
+                 [](const Path& path) { return oneLine(path.toString()); });
   return listed(words, "-");
 }
 
@@ -76,10 +76,10 @@ std::string stateText(const ArchivedModule& module) {
 
 std::string placeText(const ArchivedModule& module, const ChainNames& chains) {
   std::vector<std::string> others;
-  for (const Identifier& chain : module.mergeChainIds) {
-    others.push_back(chains.nameOf(chain));
-  }
-  const std::string own = chains.nameOf(module.chainId);
+  std::transform(module.mergeChainIds.begin(), module.mergeChainIds.end(),
+                 std::back_inserter(others),
+                 [&chains](const Identifier& chain) { return chains.nameOf(chain); });
+  std::string own = chains.nameOf(module.chainId);
   switch (module.insertMode) {
     case ApplyModuleInsertInfo::AddToChain:
       return own;
@@ -221,7 +221,7 @@ std::string factText(const ChangedFact& fact) {
 }
 
 std::string linkText(const ComparedLink& link) {
-  const std::string ends = link.from + " -> " + link.to;
+  std::string ends = link.from + " -> " + link.to;
   if (link.inNext && link.inPrevious) {
     return ends;
   }

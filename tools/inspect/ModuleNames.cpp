@@ -46,6 +46,7 @@ std::size_t findModule(const std::vector<std::string>& names, const std::string&
 
 std::size_t findModule(const GraphSnapshot& snapshot, const std::string& word) {
   std::vector<std::string> names;
+  names.reserve(snapshot.modules.size());
   for (const SnapshotModule& module : snapshot.modules) {
     names.push_back(module.name);
   }
