@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 
 #include "diagnostics/graph/checks/Cycles.h"
 #include "diagnostics/graph/checks/LinkTable.h"
@@ -401,8 +402,9 @@ std::string reachName(RunReach reach) {
 
 std::vector<ModuleReach> runReach(const GraphSnapshot& snapshot, std::size_t start,
                                   std::size_t end) {
-  snapshot.modules.at(start);
-  snapshot.modules.at(end);
+  if (std::max(start, end) >= snapshot.modules.size()) {
+    throw std::out_of_range("the snapshot has no module of that index");
+  }
   return ReachFinder(snapshot, start, end).find();
 }
 

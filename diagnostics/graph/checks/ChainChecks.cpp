@@ -167,6 +167,7 @@ class ChainChecker {
 
   std::string chainsText(const std::vector<Identifier>& chains) const {
     std::vector<std::string> texts;
+    texts.reserve(chains.size());
     for (const Identifier& chain : chains) {
       texts.push_back(chainText(chain));
     }
