@@ -7,6 +7,8 @@
 # HAS_DIAGNOSTICS, HAS_INSPECT     whether the build tree has the diagnostics and tessaril-inspect
 # COMPILER, BUILD_TYPE, LAUNCHER   for what is built here
 
+cmake_minimum_required(VERSION 3.25)
+
 set(here "${CMAKE_CURRENT_LIST_DIR}")
 set(update_output "Update Design up to: Apply roof: 9, 1\nundone: 0, 0\n")
 set(snapshot_output "/mesh (Step)\n/parts (Step)\n")
@@ -86,7 +88,7 @@ function(expect_relocatable prefix)
     fail("Only ${count} files have been installed")
   endif()
   foreach(file IN LISTS files)
-    if(file MATCHES "\\.(a|so[.0-9]*)$" OR file MATCHES "/bin/")
+    if(file MATCHES "\\.(a|gz|so[.0-9]*)$" OR file MATCHES "/bin/")
       continue()
     endif()
     file(READ "${file}" text)
