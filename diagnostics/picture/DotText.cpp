@@ -23,6 +23,12 @@ std::string escapedForHtml(std::string_view text) {
       case '"':
         escaped += "&quot;";
         break;
+      case '\\':
+        escaped += "&#92;&#92;";
+        break;
+      case ']':
+        escaped += "&#93;";
+        break;
       default:
         escaped += character;
     }

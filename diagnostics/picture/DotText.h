@@ -9,7 +9,8 @@
 
 namespace Tessaril::Diagnostics {
 
-/// For the inside of an HTML-like label.
+/// For the inside of an HTML-like label. Backslashes, too: Graphviz replaces \N, \G and others
+/// there before it reads the markup.
 std::string escapedForHtml(std::string_view text);
 /// For the inside of a quoted string: character references and backslashes are read there as well.
 /// Line breaks stay line breaks.

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -105,7 +106,11 @@ int exitCodeOf(pid_t process) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+std::string onOneLine(std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  text.erase(text.find_last_not_of(' ') + 1);
+  return text;
+}
 
 }  // namespace
 
@@ -119,7 +124,7 @@ std::string svgOfDot(const std::string& dotText, const std::string& program) {
   files.connect(output, STDOUT_FILENO);
   files.connect(errors, STDERR_FILENO);
   const int exitCode = exitCodeOf(start(program, files));
-  const std::string complaint = firstLine(errors.read());
+  const std::string complaint = onOneLine(errors.read());
   std::string svg = output.read();
   if (exitCode != 0 || svg.find("</svg>") == std::string::npos) {
     throw PictureError("Graphviz's program \"" + program + "\" made no picture (exit code " +

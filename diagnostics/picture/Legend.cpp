@@ -30,6 +30,7 @@ constexpr std::array kExplanations{
     Explanation{Sign::kNotThere, Group::kWord, "not there"},
     Explanation{Sign::kNoRecord, Group::kWord, "no record"},
     Explanation{Sign::kSeveralRecords, Group::kWord, "several records"},
+    Explanation{Sign::kExecuted, Group::kWord, "executed"},
     Explanation{Sign::kFailed, Group::kWord, "failed"},
     Explanation{Sign::kSideChainStart, Group::kPlace, "starts a side chain"},
     Explanation{Sign::kForkStart, Group::kPlace, "starts a fork"},

@@ -12,7 +12,7 @@ namespace Tessaril::Diagnostics {
 namespace {
 
 constexpr std::size_t kReasonWidth = 30;
-constexpr std::size_t kMostReasonLines = 3;
+constexpr std::size_t kMostReasonLines = 4;
 
 struct Chip {
   Sign sign;
@@ -32,6 +32,7 @@ constexpr std::array kChips{
     Chip{Sign::kNotThere, "not there", "?", Colours::kInk, Colours::kPaper},
     Chip{Sign::kNoRecord, "no record", "N", "#d5dde8", Colours::kInk},
     Chip{Sign::kSeveralRecords, "several records", "R", "#d5dde8", Colours::kInk},
+    Chip{Sign::kExecuted, "executed", "E", "#0f766e", Colours::kPaper},
     Chip{Sign::kFailed, "failed", "X", Colours::kAlarm, Colours::kPaper},
 };
 
@@ -50,12 +51,13 @@ std::string markupOf(const Chip& chip, const PictureStyle& style, std::string_vi
                     ground + attribute("CELLPADDING", style.brief ? "1" : "2"));
 }
 
-/// What went wrong in the run is said in the run's own word.
+/// What the run did is said in the run's own word.
 std::string chipsOf(const Signs& signs, const RunMark* mark, const PictureStyle& style) {
   std::string cells;
   for (const Chip& chip : kChips) {
     if (signs.contains(chip.sign)) {
-      const bool hasOwnWord = chip.sign == Sign::kFailed && !mark->outcome.empty();
+      const bool hasOwnWord =
+          (chip.sign == Sign::kExecuted || chip.sign == Sign::kFailed) && !mark->outcome.empty();
       cells +=
           markupOf(chip, style,
                    hasOwnWord ? escapedForHtml(cleanText(mark->outcome)) : std::string(chip.word));
@@ -76,8 +78,8 @@ std::string nameMarkup(const std::string& name, const Signs& signs, const Pictur
 std::string outcomeLine(const RunMark& mark, const PictureStyle& style) {
   const std::string outcome = escapedForHtml(cleanText(mark.outcome));
   std::string line;
-  if (!outcome.empty() && !mark.failed && !style.brief) {
-    line = "<B>" + outcome + "</B>";
+  if (mark.effect == RunEffect::kNone && !style.brief) {
+    line = outcome;
   }
   if (mark.duration) {
     line += (line.empty() ? "" : "  ") + durationText(*mark.duration);
@@ -90,6 +92,7 @@ std::vector<std::string> reasonLines(const std::string& reason) {
     return {};
   }
   std::vector<std::string> lines = brokenInto(kReasonWidth, cleanText(reason));
+  std::erase(lines, std::string());
   if (lines.size() > kMostReasonLines) {
     lines.resize(kMostReasonLines);
     lines.back() += " \xE2\x80\xA6";
@@ -224,7 +227,8 @@ Signs signsOf(const SnapshotModule& module, const DrawnModule& drawn, const RunM
   addIf(drawn.merges, Sign::kMerge);
   addIf(drawn.recordMissing, Sign::kNoRecord);
   addIf(module.recordCount > 1, Sign::kSeveralRecords);
-  addIf(mark != nullptr && mark->failed, Sign::kFailed);
+  addIf(mark != nullptr && mark->effect == RunEffect::kExecuted, Sign::kExecuted);
+  addIf(mark != nullptr && mark->effect == RunEffect::kFailed, Sign::kFailed);
   addIf(mark != nullptr && mark->duration, Sign::kDuration);
   return signs;
 }

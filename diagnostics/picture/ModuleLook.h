@@ -27,6 +27,7 @@ enum class Sign {
   kNotThere,
   kNoRecord,
   kSeveralRecords,
+  kExecuted,
   kFailed,
   kDuration,
   kSideChainStart,

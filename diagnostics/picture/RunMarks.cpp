@@ -61,9 +61,11 @@ struct Gathered {
   }
 
   RunMark mark() const {
-    return failure != nullptr
-               ? RunMark{deedName(failure->deed) + " failed", true, duration, failure->failure}
-               : RunMark{deedName(spokesman->deed), false, duration, spokesman->reason};
+    if (failure != nullptr) {
+      return {deedName(failure->deed) + " failed", RunEffect::kFailed, duration, failure->failure};
+    }
+    const RunEffect effect = spokesman->begin ? RunEffect::kExecuted : RunEffect::kNone;
+    return {deedName(spokesman->deed), effect, duration, spokesman->reason};
   }
 };
 

@@ -11,12 +11,20 @@ namespace Tessaril::Diagnostics {
 struct GraphSnapshot;
 struct RunReport;
 
+/// What a run meant for a module.
+enum class RunEffect {
+  /// Nothing of the module was executed: it was told, looked at, or not reached.
+  kNone,
+  kExecuted,
+  /// This is where the run went wrong.
+  kFailed,
+};
+
 /// What the last run did with one module, as a picture shows it.
 struct RunMark {
   /// A word or two, such as "applied", "auto-applied" or "signalled".
   std::string outcome;
-  /// Draws the module as the place where the run went wrong.
-  bool failed = false;
+  RunEffect effect = RunEffect::kNone;
   /// Empty where nothing was measured.
   std::optional<std::chrono::duration<double, std::micro>> duration;
   /// Why, in one sentence. May be empty.

@@ -1,0 +1,19 @@
+#include <exception>
+#include <iostream>
+
+#include "diagnostics/picture/Graphviz.h"
+#include "tests/diagnostics/picture/GearPairPicture.h"
+
+// draw_gear_pair DESIGN.gear > PICTURE.svg
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::cerr << "usage: draw_gear_pair DESIGN.gear > PICTURE.svg\n";
+    return 2;
+  }
+  try {
+    std::cout << Tessaril::Diagnostics::svgOfDot(gearPairPicture(argv[1]));
+  } catch (const std::exception& error) {
+    std::cerr << "draw_gear_pair: " << error.what() << '\n';
+    return 1;
+  }
+}

@@ -1,0 +1,53 @@
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "diagnostics/picture/Graphviz.h"
+#include "tests/diagnostics/picture/DotReading.h"
+#include "tests/diagnostics/picture/GearPairPicture.h"
+#include "tests/diagnostics/picture/SvgReading.h"
+
+namespace Tessaril::Diagnostics {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+const std::filesystem::path kRoot = TESSARIL_ROOT_DIR;
+
+std::string picture() {
+  return gearPairPicture(kRoot / "examples/gear_pair/designs/spur_pair.gear");
+}
+
+std::string contentOf(const std::filesystem::path& file) {
+  std::ostringstream content;
+  content << std::ifstream(file).rdbuf();
+  return content.str();
+}
+
+TEST(GearPairPicture, ShowsTheChainsOfTheDesign) {
+  EXPECT_THAT(headings(picture()), ElementsAre("main chain", "wheel", "cutter", "drawing"));
+}
+
+TEST(GearPairPicture, ShowsWhyStrengthWasAppliedAndMeshWasNot) {
+  const std::string dot = picture();
+
+  EXPECT_THAT(wordsOf(dot), HasSubstr("Strength|full apply|"));
+  EXPECT_THAT(wordsOf(dot), HasSubstr("merge|Mesh|passed over|"));
+}
+
+// The fonts of the machine decide about sizes; what is drawn and written does not depend on them.
+TEST(GearPairPicture, IsTheOneInTheDocuments) {
+  const std::string present = svgOfDot(picture());
+  const std::string shown = contentOf(kRoot / "docs/graph_picture.svg");
+
+  EXPECT_EQ(textsIn(shown), textsIn(present));
+  for (const char* drawn : {"class=\"node\"", "class=\"edge\"", "class=\"cluster\"", "<polygon",
+                            "<path", "fill=\"#e6f0fa\"", "fill=\"#f6c176\""}) {
+    EXPECT_EQ(count(shown, drawn), count(present, drawn)) << drawn;
+  }
+}
+
+}  // namespace
+}  // namespace Tessaril::Diagnostics
