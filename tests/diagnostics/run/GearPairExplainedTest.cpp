@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
-#include <iostream>
 #include <regex>
 #include <sstream>
 
@@ -13,6 +13,7 @@
 #include "examples/gear_pair/application/DesignSession.h"
 #include "examples/gear_pair/application/commands/StepCmdFactory.h"
 #include "reference_platform/command_pattern/WorkerPoolThreadManager.h"
+#include "tests/diagnostics/run/DocumentedUse.h"
 #include "tests/examples/gear_pair/calculation/TestDesigns.h"
 
 // The example application, explained: why does strength run and mesh does not?
@@ -70,17 +71,23 @@ std::string withoutTimes(const std::string& text) {
   return std::regex_replace(text, time, " # s");
 }
 
-/// The fenced block of the document that begins with `line`.
-std::string blockOfDocument(const std::string& line) {
-  std::ifstream file(TESSARIL_DIAGNOSTICS_DOCUMENT);
+std::string contentsOf(const char* path) {
+  std::ifstream file(path);
   std::stringstream text;
   text << file.rdbuf();
-  const std::string document = text.str();
-  const std::size_t begin = document.find("```\n" + line);
-  if (begin == std::string::npos) {
+  return text.str();
+}
+
+/// The fenced block of the document that begins with `line`.
+std::string blockOfDocument(const std::string& line, const std::string& language = {}) {
+  const std::string document = contentsOf(TESSARIL_DIAGNOSTICS_DOCUMENT);
+  const std::string fence = "```" + language + "\n";
+  const std::size_t fenceBegin = document.find(fence + line);
+  if (fenceBegin == std::string::npos) {
     return "no block begins with: " + line;
   }
-  return document.substr(begin + 4, document.find("\n```", begin + 4) - begin - 3);
+  const std::size_t begin = fenceBegin + fence.size();
+  return document.substr(begin, document.find("\n```", begin) - begin + 1);
 }
 
 TEST_F(GearPairExplained, TheTableOfAChangedTorqueStandsInTheDocument) {
@@ -88,9 +95,40 @@ TEST_F(GearPairExplained, TheTableOfAChangedTorqueStandsInTheDocument) {
   session.set("torque=300Nm");
   const std::string estimate = tableOf(explainBefore(range()));
   const std::string table = tableOf(update());
-  std::cout << estimate << "\n" << table;
   EXPECT_EQ(blockOfDocument("First estimate"), estimate);
-  EXPECT_EQ(withoutTimes(blockOfDocument("Update Design up to: Report")), withoutTimes(table));
+  EXPECT_EQ(withoutTimes(blockOfDocument("Update Design up to: Report")), withoutTimes(table))
+      << table;
+}
+
+TEST_F(GearPairExplained, ShowsWhyStrengthRanAndMeshDidNot) {
+  session.update();
+  session.set("torque=300Nm");
+  const RunReport report = update();
+  const auto stepOf = [&report](const std::string& name) {
+    return *std::find_if(report.steps.begin(), report.steps.end(), [&](const RunStep& step) {
+      return report.modules[step.module].name == name;
+    });
+  };
+  EXPECT_EQ(stepOf("strength").deed, Deed::FullApply);
+  EXPECT_EQ(stepOf("strength").reason,
+            "its result does not match its inputs; nothing before it was applied in this run");
+  EXPECT_EQ(stepOf("mesh").deed, Deed::PassedOver);
+  EXPECT_EQ(stepOf("mesh").reason, "its result matches its inputs");
+  EXPECT_EQ(stepOf("report").reason,
+            "its result does not match its inputs; strength before it was applied");
+}
+
+TEST_F(GearPairExplained, TheUseInTheDocumentIsCompiledAndRuns) {
+  const std::string source = contentsOf(TESSARIL_DOCUMENTED_USE);
+  const std::string mark = "stands in docs/diagnostics.md.\n";
+  EXPECT_EQ(blockOfDocument("#include \"diagnostics/run/CostReport.h\"", "cpp"),
+            source.substr(source.find(mark) + mark.size()));
+  std::ostringstream out;
+  explainUpdate(session.design(), session.design()->start(), session.design()->report(), modules(),
+                &factoryOf, out);
+  EXPECT_THAT(out.str(), testing::HasSubstr("First estimate of an update from requirements"));
+  EXPECT_THAT(out.str(), testing::HasSubstr("\"traceEvents\""));
+  EXPECT_THAT(out.str(), testing::HasSubstr("Full applies in 1 run"));
 }
 
 TEST_F(GearPairExplained, TheCostsOfAWholeUpdateAreReported) {
@@ -106,14 +144,28 @@ TEST_F(GearPairExplained, TheCostsOfAWholeUpdateAreReported) {
     EXPECT_GT(cost.mean.count(), 0.0) << cost.name;
   }
   EXPECT_THAT(names, ElementsAre("requirements", "pinion", "wheel", "mesh", "strength", "report"));
-  std::cout << tableOf(report);
 }
 
-TEST_F(GearPairExplained, TheTableOfAFailureNamesWhatIsLeft) {
+TEST_F(GearPairExplained, AFailureIsNamedWithWhatItLeaves) {
   session.set("pinion_teeth=8");
   const RunReport report = update();
   EXPECT_EQ(report.outcome, RunReport::Outcome::Failed);
-  std::cout << tableOf(report);
+  EXPECT_THAT(tableOf(report), testing::HasSubstr("FAILED: The pinion with 8 teeth is undercut"));
+  EXPECT_THAT(stillInconsistent(report), testing::Contains("pinion"));
+  EXPECT_THAT(stillInconsistent(report), testing::Not(testing::Contains("requirements")));
+}
+
+// The application's own account of the run is not disturbed, and undo brings everything back.
+TEST_F(GearPairExplained, TheObservedUpdateCanBeUndone) {
+  session.update();
+  session.set("torque=300Nm");
+  update();
+  EXPECT_TRUE(session.design()->strength()->isUpToDate());
+  session.undo();
+  EXPECT_FALSE(session.design()->strength()->isUpToDate());
+  const RunReport undo = recorder->getLastReport();
+  EXPECT_EQ(undo.kind, RunReport::Kind::Undo);
+  EXPECT_EQ(undo.steps.size(), 2U);
 }
 
 }  // namespace
