@@ -79,8 +79,7 @@ function(build_library build)
   build(${build})
 endfunction()
 
-# No file that people or programs read names a place of this machine, and libraries are found from
-# where they are.
+# No text that has been installed names a place of this machine.
 function(expect_relocatable prefix)
   file(GLOB_RECURSE files "${WORK_DIR}/${prefix}/*")
   list(LENGTH files count)
