@@ -1,6 +1,7 @@
 #include "diagnostics/archive/ArchiveComparison.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <unordered_map>
 #include <utility>
@@ -45,12 +46,15 @@ class ValueReader {
       return std::nullopt;
     }
     const std::size_t blockEnd = Layout::numberAt(bytes, begin + offset);
-    const unsigned int typeId = Layout::numberAt(bytes, begin + offset + 4);
+    if (blockEnd > end || blockEnd < begin + offset + Layout::kFrameSize) {
+      return std::nullopt;
+    }
+    const unsigned int typeId =
+        Layout::numberAt(bytes, begin + offset + Layout::kFrameSize - sizeof(std::uint32_t));
     const auto named =
         std::find_if(classes.begin(), classes.end(),
                      [typeId](const ArchivedClass& archived) { return archived.typeId == typeId; });
-    if (named == classes.end() || blockEnd > end ||
-        blockEnd < begin + offset + Layout::kFrameSize) {
+    if (named == classes.end()) {
       return std::nullopt;
     }
     return std::pair(blockEnd - begin, named->name);
@@ -66,7 +70,7 @@ class ValueReader {
 /// Frames hold addresses, and new shared objects stand behind their numbers: both depend on what
 /// the archive holds before.
 bool sameValues(const ValueReader& left, const ValueReader& right) {
-  constexpr std::size_t kNumberSize = 4;
+  constexpr std::size_t kNumberSize = sizeof(std::uint32_t);
   if (left.size() != right.size()) {
     return false;
   }
