@@ -37,6 +37,13 @@ void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
   }
   nodes[endNumber].isOnTheWay = true;
   nodes[startNumber].isInRange = true;
+  std::vector<Number> onTheWay;
+  for (Number number = 0; number < nodes.size(); ++number) {
+    if (nodes[number].isOnTheWay) {
+      onTheWay.push_back(number);
+    }
+  }
+  readPrevious(onTheWay);
 
   savedModuleQueue.clear();
   for (const ModulePtr& module : saved) {
@@ -45,6 +52,18 @@ void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
   moduleQueue.expect(next.neighbours.size() + queued.size(), modules.size());
   for (const ModulePtr& module : queued) {
     queue(numberOf(module, As::Held));
+  }
+}
+
+/// What is queued asks for these lists, one module after the other. Here one does not wait for the
+/// memory of the other.
+void UpdateOrder::readPrevious(const std::vector<Number>& numbers) {
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    if (i + ModuleNumbers::kAhead < numbers.size()) {
+      const Number ahead = numbers[i + ModuleNumbers::kAhead];
+      ApplyGraph::loadLinksEarly(modules.heldModule(ahead).get());
+    }
+    read(previous, numbers[i]);
   }
 }
 
@@ -219,7 +238,10 @@ auto UpdateOrder::searchIn(const NumberSet& scope) {
   };
 }
 
-void UpdateOrder::queue(Number number) { moduleQueue.push(number, false, searchInRange()); }
+void UpdateOrder::queue(Number number) {
+  modules.loadEarly(number);
+  moduleQueue.push(number, false, searchInRange());
+}
 
 std::optional<UpdateOrder::Number> UpdateOrder::takeNext() {
   followEdits();
@@ -315,6 +337,7 @@ UpdateOrder::SubGraph::SubGraph(UpdateOrder& theOrder, Number root)
   if (!order.isVisited(root)) {
     order.gather(root, kNone, order.next, As::Known, join);
     join(root);
+    order.readPrevious(work->members);
   }
   queue(root);
 }

@@ -149,6 +149,7 @@ class UpdateOrder {
     std::vector<ModulePtr> held;
   };
 
+  void readPrevious(const std::vector<Number>& numbers);
   void forget();
   void followEdits();
   void refillQueues();
