@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "diagnostics/run/RunJson.h"
 #include "diagnostics/run/TextTable.h"
 
 // How the truthful rates are found. The weights of the rates are steps of a ladder, and only their
@@ -453,14 +454,14 @@ nlohmann::ordered_json toJson(const CostReport& report) {
                      {"name", choice.name},
                      {"weight", weightOf(choice, report.rates)}});
   }
-  return {{"runs", report.runs},
-          {"error", report.error},
-          {"truthfulError", report.truthfulError},
-          {"observedError", report.observedError},
-          {"autoApplyShare", report.autoApplyShare},
-          {"modules", std::move(modules)},
-          {"notMeasured", report.notMeasured},
-          {"rates", std::move(rates)}};
+  return inUtf8({{"runs", report.runs},
+                 {"error", report.error},
+                 {"truthfulError", report.truthfulError},
+                 {"observedError", report.observedError},
+                 {"autoApplyShare", report.autoApplyShare},
+                 {"modules", std::move(modules)},
+                 {"notMeasured", report.notMeasured},
+                 {"rates", std::move(rates)}});
 }
 
 }  // namespace Tessaril::Diagnostics

@@ -329,11 +329,11 @@ nlohmann::ordered_json toJson(const RunEstimate& estimate) {
                      {"answers", toJson(std::optional(step.answers))},
                      {"flags", toJson(std::optional(step.flags))}});
   }
-  return {{"isEstimate", true},
-          {"start", estimate.start},
-          {"end", estimate.end},
-          {"horizon", estimate.horizon.empty() ? Json(nullptr) : Json(estimate.horizon)},
-          {"steps", std::move(steps)}};
+  return inUtf8({{"isEstimate", true},
+                 {"start", estimate.start},
+                 {"end", estimate.end},
+                 {"horizon", estimate.horizon.empty() ? Json(nullptr) : Json(estimate.horizon)},
+                 {"steps", std::move(steps)}});
 }
 
 }  // namespace Tessaril::Diagnostics

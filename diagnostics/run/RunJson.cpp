@@ -32,6 +32,10 @@ Json toJson(const std::optional<SnapshotFlags>& flags) {
           {"skipped", flags->skipped}};
 }
 
+Json inUtf8(const Json& json) {
+  return Json::parse(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
 std::string placeKey(Place place) {
   switch (place) {
     case Place::OnTheWay:
@@ -126,7 +130,7 @@ Json toJson(const RunReport& report) {
   json["modules"] = std::move(modules);
   json["steps"] = std::move(steps);
   json["stillInconsistent"] = stillInconsistent(report);
-  return json;
+  return inUtf8(json);
 }
 
 namespace {
@@ -226,7 +230,7 @@ Json traceOf(const std::vector<RunReport>& reports) {
   for (const RunReport& report : reports) {
     trace.add(report);
   }
-  return trace.take();
+  return inUtf8(trace.take());
 }
 
 }  // namespace Tessaril::Diagnostics

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
 
 #include "diagnostics/run/RunReport.h"
 
@@ -13,6 +15,10 @@ nlohmann::ordered_json toJson(const std::optional<PolicyAnswers>& answers);
 nlohmann::ordered_json toJson(const std::optional<SnapshotFlags>& flags);
 /// "onTheWay", "offTheWay", "behindEnd".
 std::string placeKey(Place place);
+
+/// The same with U+FFFD in the place of bytes that are no UTF-8: names and failures come from
+/// applications, and JSON cannot be written with them otherwise.
+nlohmann::ordered_json inUtf8(const nlohmann::ordered_json& json);
 
 template <typename T>
 nlohmann::ordered_json orNull(const std::optional<T>& value) {

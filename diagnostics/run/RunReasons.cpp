@@ -149,7 +149,7 @@ class Explanation {
     if (hasStopped) {
       text = "the run had been stopped";
     } else if (moduleOf(step).place == Place::OnTheWay) {
-      text = step.answers ? need(step) : "it needs no full apply";
+      text = step.answers && step.flags ? need(step) : "it needs no full apply";
     } else if (moduleOf(step).place == Place::BehindEnd) {
       text = "behind " + endName();
     } else {
@@ -177,7 +177,7 @@ class Explanation {
   }
 
   static std::string passedOver(const RunStep& step) {
-    if (!step.answers) {
+    if (!step.answers || !step.flags) {
       return "no full apply is due, and nothing was applied yet";
     }
     const bool wouldBeApplied =

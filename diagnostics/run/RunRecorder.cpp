@@ -27,7 +27,7 @@
 // 4. A signal that neither a command nor the update's own code sends is the engine's: m is passed
 //    over after the first full apply, or follows an auto apply that left its module inconsistent.
 //
-// No code of the application is called while the lock is held.
+// No question of the application is asked while the lock is held.
 
 namespace Tessaril::Diagnostics {
 namespace {
@@ -53,6 +53,17 @@ bool hasStep(const RunReport& report, Deed deed) {
 bool hasStopped(const RunReport& report) {
   return !report.failure.empty() || hasStep(report, Deed::Suppressed) ||
          hasStep(report, Deed::Cancelled);
+}
+
+/// What a question answers; nothing where it throws. A run that is looked at must not fail for
+/// that.
+template <typename Question>
+auto askQuietly(const Question& question) -> std::optional<decltype(question())> {
+  try {
+    return question();
+  } catch (...) {
+    return std::nullopt;
+  }
 }
 
 /// What was found out about a module when it was decided upon.
@@ -197,29 +208,23 @@ struct RunRecorder::State {
     return {std::move(info), run->end.lock() == module};
   }
 
-  /// Calls the module; the lock must not be held. What the module throws is swallowed: a run that
-  /// is looked at must not fail for that.
+  /// Calls the module; the lock must not be held.
   Inquiry inquire(const ModulePtr& module) {
-    Inquiry inquiry;
     if (!options.askAgain) {
-      return inquiry;
+      return {};
     }
-    try {
+    Inquiry inquiry;
+    inquiry.flags = askQuietly([&] { return flagsOf(*module); });
+    inquiry.answers = askQuietly([&] {
       const auto [info, isEnd] = circumstances(module);
-      inquiry.flags = flagsOf(*module);
-      inquiry.answers = askModule(*module, info, isEnd);
-    } catch (...) {
-      inquiry.answers.reset();
-    }
+      return askModule(*module, info, isEnd);
+    });
     return inquiry;
   }
 
   std::vector<MessageNote> note(const ApplyUpdateInfo& info) const {
-    try {
-      return notesOf(info, options.nameMessage, options.askAgain);
-    } catch (...) {
-      return {};
-    }
+    return askQuietly([&] { return notesOf(info, options.nameMessage, options.askAgain); })
+        .value_or(std::vector<MessageNote>());
   }
 
   const RunRecorderOptions options;
@@ -290,7 +295,8 @@ void RunRecorder::beginRun(RunReport::Kind kind, const std::string& description,
     reported.place = member.place;
     reported.module = member.module;
     if (state->options.askAgain) {
-      reported.speedRate = static_cast<int>(member.module->getSpeedRate());
+      reported.speedRate =
+          askQuietly([&] { return static_cast<int>(member.module->getSpeedRate()); });
     }
   }
   run->report.start = placeIn(*run, range.start.lock());
@@ -412,7 +418,7 @@ void RunRecorder::judgeAutoApply() {
       module = std::const_pointer_cast<ApplyModule>(decided.module.lock());
     }
   }
-  if (module == nullptr || module->isConsistent()) {
+  if (module == nullptr || askQuietly([&] { return module->isConsistent(); }).value_or(true)) {
     return;
   }
   std::unordered_set<ModulePtr> followers;
@@ -734,7 +740,7 @@ void RunRecorder::endRun(const std::vector<std::shared_ptr<CommandBase>>& execut
   for (ReportedModule& reported : report.modules) {
     const auto module = reported.module.lock();
     if (module != nullptr && state->options.askAgain) {
-      reported.consistent = module->isConsistent();
+      reported.consistent = askQuietly([&] { return module->isConsistent(); });
     }
   }
   explainSteps(report);

@@ -72,10 +72,17 @@ Character firstOf(std::string_view text) {
   return {length, widthOf(value)};
 }
 
+/// Blanks, line breaks and everything else that a terminal might take for a command.
+bool isSeparator(char character) {
+  const auto byte = static_cast<unsigned char>(character);
+  return byte <= 0x20 || byte == 0x7F;
+}
+
 std::vector<std::string_view> wordsOf(std::string_view text) {
   std::vector<std::string_view> words;
   while (!text.empty()) {
-    const std::size_t end = std::min(text.find(' '), text.size());
+    const auto end = static_cast<std::size_t>(std::find_if(text.begin(), text.end(), &isSeparator) -
+                                              text.begin());
     if (end > 0) {
       words.push_back(text.substr(0, end));
     }

@@ -11,7 +11,8 @@ namespace Tessaril::Diagnostics {
 /// East Asian character or a pictograph, one for any other. Bytes that are no UTF-8 count one each.
 std::size_t displayWidth(std::string_view text);
 
-/// A table in plain text, for a terminal. Cells are UTF-8 and hold no line breaks.
+/// A table in plain text, for a terminal. Cells are UTF-8; line breaks and other control characters
+/// in them separate words, as blanks do.
 class TextTable {
  public:
   enum class Align { Left, Right };
@@ -45,8 +46,8 @@ class TextTable {
   std::vector<std::vector<std::string>> rows;
 };
 
-/// Lines of at most `width` columns, broken between words where possible. One empty line for an
-/// empty text.
+/// Lines of at most `width` columns, broken between words where possible; control characters count
+/// as blanks. One empty line for an empty text.
 std::vector<std::string> brokenInto(std::size_t width, std::string_view text);
 
 }  // namespace Tessaril::Diagnostics

@@ -160,6 +160,20 @@ TEST(RunJson, HoldsTheSameFacts) {
   EXPECT_EQ(failed["changedBefore"], "B");
 }
 
+// Texts come from applications; nobody promises that they are UTF-8.
+TEST(RunJson, CanBeWrittenWhateverBytesAFailureHolds) {
+  ExplainedDesign design("A -> B");
+  design.design.needApply("A");
+  design["A"].apply.script->whenExecuted = [](ApplyUpdateInfo&) {
+    throw std::runtime_error("w\xe4re zu d\xfcnn\nhier");
+  };
+  const RunReport report = design.run("A", "B");
+  EXPECT_EQ(toJson(report)["failure"], "w\uFFFDre zu d\uFFFDnn\nhier");
+  EXPECT_NO_THROW(toJson(report).dump());
+  EXPECT_NO_THROW(traceOf({report}).dump());
+  EXPECT_THAT(tableOf(report), HasSubstr("FAILED: w\xe4re zu d\xfcnn hier; "));
+}
+
 TEST(RunTrace, IsACompleteTraceOfEvents) {
   const Json trace = traceOf({eventfulRun(true)});
   EXPECT_EQ(trace["displayTimeUnit"], "ms");

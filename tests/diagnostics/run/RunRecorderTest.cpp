@@ -229,6 +229,27 @@ TEST(RunRecorder, SwallowsWhatAModuleThrowsWhenItIsAskedOnceMore) {
   EXPECT_FALSE(stepOf(report, "A").answers);
 }
 
+TEST(RunRecorder, SwallowsWhatAModuleThrowsAboutItsRateAndItsFlags) {
+  class Sulking : public TestSupport::ObjectModule {
+   public:
+    using ObjectModule::ObjectModule;
+    bool isConsistent() const override { throw std::runtime_error("leave me alone"); }
+    LegacyProgress::Speed::Rate getSpeedRate() const override { throw 7; }
+  };
+  const auto design = std::make_shared<Object>("design");
+  const auto module = std::make_shared<Sulking>("A");
+  design->addChild(module);
+  const auto recorder = std::make_shared<RunRecorder>();
+  ObservedUpdate<> update(recorder, RunRange{design, module, module, {}});
+  EXPECT_NO_THROW(update.execute());
+  const RunReport report = recorder->getLastReport();
+  EXPECT_EQ(deeds(report), "A:passed over");
+  EXPECT_FALSE(report.modules[0].speedRate);
+  EXPECT_FALSE(report.modules[0].consistent);
+  EXPECT_FALSE(report.steps[0].flags);
+  EXPECT_TRUE(report.steps[0].answers);
+}
+
 TEST(RunRecorder, TellsOfAStopRequest) {
   ExplainedDesign design("A -> B -> C");
   const auto watching = design.watch();

@@ -29,6 +29,8 @@ TEST(BrokenInto, BreaksBetweenWords) {
   EXPECT_THAT(brokenInto(9, "one two three four"), ElementsAre("one two", "three", "four"));
   EXPECT_THAT(brokenInto(100, "  one   two "), ElementsAre("one two"));
   EXPECT_THAT(brokenInto(5, ""), ElementsAre(""));
+  EXPECT_THAT(brokenInto(40, "two\nlines\tand\x1b[1mmore\x7f"),
+              ElementsAre("two lines and [1mmore"));
 }
 
 TEST(BrokenInto, BreaksWordsThatAreTooLongBetweenCharacters) {
