@@ -128,7 +128,8 @@ std::string membersOnly(std::initializer_list<std::string_view> linked) {
 }
 
 TEST(DesignListing, PlacesMembersWhereTheLinksNameThem) {
-  const DesignListing listing = listDesign(membersOnly({"/elsewhere/X", "/pair/A", "/pair/B"}));
+  const DesignListing listing =
+      listDesign(membersOnly({"/elsewhere/X", "/elsewhere/A", "/pair/A", "/pair/B"}));
   EXPECT_THAT(paths(listing), ElementsAre("/pair -", "/pair/A", "/pair/B"));
 }
 
@@ -182,6 +183,19 @@ TEST(DesignListing, PassesOverObjectsAmongTheValuesOfOtherClasses) {
       listDesign(archive.with(presentClasses({{"App.Step", 1}, {"App.Part", 1}})));
   EXPECT_THAT(texts(listing), IsEmpty());
   EXPECT_THAT(paths(listing), ElementsAre("/ -", "/A", "/B"));
+}
+
+TEST(DesignListing, PassesOverAChildThatIsStoredAmongTheValuesOfAnother) {
+  HandMadeArchive archive;
+  archive.number(1).open("Object").text("design").number(2).number(2);
+  openStep(archive, "App.Step", "A").number(3);
+  archive.open("Object").text("hidden").number(0).close().close();
+  archive.number(3).close();
+  archive.open("ApplyModuleData").number(0).close();
+  const DesignListing listing = listDesign(archive.with(presentClasses({{"App.Step", 1}})));
+  EXPECT_THAT(texts(listing), IsEmpty());
+  EXPECT_THAT(paths(listing), ElementsAre("/ -", "/A"));
+  EXPECT_TRUE(listing.hasLinks);
 }
 
 TEST(DesignListing, SaysThatAnArchiveHoldsNoDesign) {
