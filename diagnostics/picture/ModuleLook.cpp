@@ -101,12 +101,10 @@ std::vector<std::string> reasonLines(const std::string& reason) {
 }
 
 std::string barRow(const RunMark& mark, Microseconds longest, const PictureStyle& style) {
-  if (!mark.duration || longest.count() == 0) {
+  if (!mark.duration || longest <= Microseconds{0.0}) {
     return {};
   }
-  const double share =
-      static_cast<double>(mark.duration->count()) / static_cast<double>(longest.count());
-  return rowMarkup(cellMarkup(barOf(share, style.longestBar)));
+  return rowMarkup(cellMarkup(barOf(*mark.duration / longest, style.longestBar)));
 }
 
 std::string runRows(const RunMark& mark, Microseconds longest, const PictureStyle& style) {

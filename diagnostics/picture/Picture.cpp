@@ -1,7 +1,6 @@
 #include "diagnostics/picture/Picture.h"
 
 #include <algorithm>
-#include <chrono>
 
 #include "diagnostics/graph/ChainNames.h"
 #include "diagnostics/picture/DisplayNames.h"
@@ -11,6 +10,7 @@
 #include "diagnostics/picture/PictureModel.h"
 #include "diagnostics/picture/PictureStyle.h"
 #include "diagnostics/picture/Tooltip.h"
+#include "diagnostics/run/RunReport.h"
 
 namespace Tessaril::Diagnostics {
 namespace {
@@ -188,8 +188,7 @@ class DotWriter {
   }
 
   std::string moreText(const std::string& text) const {
-    return "<FONT POINT-SIZE=\"" + std::string(style.smallFontSize) + "\" COLOR=\"" +
-           std::string(Colours::kFaintInk) + "\"> " + escapedForHtml(text) + "</FONT>";
+    return fontMarkup(' ' + escapedForHtml(text), style.smallFontSize, Colours::kFaintInk);
   }
 
   std::string edge(const DrawnLink& link) {
@@ -222,15 +221,15 @@ class DotWriter {
   }
 
   static std::string remarkOn(const DrawnLink& link) {
-    if (link.missesNext()) {
-      return "in previous list only";
+    std::string remark;
+    if (link.missesNext() || link.missesPrevious()) {
+      remark = link.missesNext() ? "in previous list only" : "in next list only";
     }
-    if (link.missesPrevious()) {
-      return "in next list only";
+    if (link.isRepeated()) {
+      remark += (remark.empty() ? "" : ", ") +
+                std::to_string(std::max(link.nextEntries, link.previousEntries)) + " times";
     }
-    return link.isRepeated()
-               ? std::to_string(std::max(link.nextEntries, link.previousEntries)) + " times"
-               : std::string();
+    return remark;
   }
 
   const GraphSnapshot& snapshot;

@@ -29,7 +29,8 @@ struct PictureOptions {
   /// Only these modules are drawn, and how many of their neighbours are left out. Empty: all.
   std::optional<ModuleSelection> shown;
   RunMarks runMarks;
-  /// What the headings say of these chains instead of "main chain" and "chain 1".
+  /// What the headings say of these chains instead of "main chain" and "chain 1"; an empty text
+  /// says nothing else.
   std::map<Identifier, std::string> chainNames;
   PictureDetail detail = PictureDetail::kAutomatic;
   /// A legend of what occurs in the picture, and of nothing else.
@@ -39,13 +40,12 @@ struct PictureOptions {
 /// The graph as a text in Graphviz's DOT language, UTF-8; the same text for the same snapshot and
 /// options.
 ///
-/// Each chain is a cluster under its heading, the main chain a straight and heavy line. The first
-/// module of a side chain points to the right, the first of a fork points up to where it came from,
-/// a merge points down to where the chains lead together. Blue modules are consistent, orange ones
-/// are not, in grey light and dark; an inactive module has a broken outline; what else is out of
-/// the ordinary stands on the module as a word or, in brief, as a letter. A one-sided link is
-/// broken and says which list has it; a dead entry leads to a cross; links that form a cycle are
-/// red and double.
+/// Each chain is a cluster under its heading, the main chain a straight and heavy line. A bar at
+/// the left of a module says that it starts a side chain, bars at both sides that it starts a fork,
+/// a bar on top that chains meet there. Blue modules are consistent, orange ones with a thick
+/// outline are not; an inactive module has a broken outline; what else is out of the ordinary
+/// stands on the module as a word or, in brief, as a letter. A one-sided link is broken and says
+/// which list has it; a dead entry leads to a cross; links on a cycle are double.
 ///
 /// Names that lie in one folder are written without it. The full facts of a module are in its
 /// tooltip. Modules of which only a record is known are drawn without chains.

@@ -221,7 +221,8 @@ class ChainReader {
 
   std::string headingOf(const Identifier& id) const {
     const auto given = options.chainNames.find(id);
-    return cleanText(given == options.chainNames.end() ? names.nameOf(id) : given->second);
+    const bool isGiven = given != options.chainNames.end() && !given->second.empty();
+    return cleanText(isGiven ? given->second : names.nameOf(id));
   }
 
   const GraphSnapshot& snapshot;

@@ -119,6 +119,13 @@ TEST(Picture, CallsChainsAsItIsTold) {
   EXPECT_THAT(headings(dot), ElementsAre("way to the report", "wheel <left>", "chain 2"));
 }
 
+TEST(Picture, CallsAChainAsUsualWhereItIsToldNothing) {
+  PictureOptions options;
+  options.chainNames = {{chain("one"), ""}};
+
+  EXPECT_THAT(headings(dotOf("A -> B:one", options)), ElementsAre("main chain", "chain 1"));
+}
+
 TEST(Picture, DrawsTheMainChainHeavyAndStraight) {
   const std::string dot = dotOf("A -> B; A -> S:one -> T:one");
 
@@ -228,6 +235,10 @@ TEST(Picture, DrawsAOneSidedLinkBrokenAndSaysWhichListHasIt) {
 
 TEST(Picture, SaysHowOftenALinkIsRepeated) {
   EXPECT_EQ(remark(dotOf("A -> B; A -> B; A ->. B"), "m0", "m1"), "3 times");
+}
+
+TEST(Picture, SaysOfALinkInOneListThatItIsRepeatedThere) {
+  EXPECT_EQ(remark(dotOf("A ->. B; A ->. B"), "m0", "m1"), "in next list only, 2 times");
 }
 
 TEST(Picture, DrawsTheLinksOfACycleDouble) {
