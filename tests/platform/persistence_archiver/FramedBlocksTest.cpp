@@ -133,6 +133,20 @@ TEST(FramedBlocksTest, ATextDoesNotReachBeyondItsBlock) {
   EXPECT_THROW(reading >> text, ArchiveException);
 }
 
+// As a damaged archive may have it, whose check sum is right.
+TEST(FramedBlocksTest, RefusesABlockThatDoesNotEndWithinTheOneAroundIt) {
+  for (const unsigned int madeUpEnd : {0U, 1U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+    PersistenceArchiver writing;
+    const unsigned int outer = open(writing);
+    writing << madeUpEnd << 0U;
+    close(writing, outer);
+    writing << std::string(100, 'x');
+    PersistenceArchiver reading(writing.finish());
+    enter(reading);
+    EXPECT_THAT(refusal([&] { enter(reading); }), HasSubstr("byte ")) << madeUpEnd;
+  }
+}
+
 TEST(FramedBlocksTest, BlocksNest) {
   PersistenceArchiver writing;
   const unsigned int outer = open(writing, 1);
