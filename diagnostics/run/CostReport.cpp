@@ -128,6 +128,7 @@ class RateSearch {
       candidates.push_back(ratesFor(scale));
     }
     std::vector<double> errors;
+    errors.reserve(candidates.size());
     for (const auto& candidate : candidates) {
       errors.push_back(errorOf(candidate, times));
     }

@@ -61,14 +61,8 @@ class RangeReader {
     if (!added.insert(module).second) {
       return;
     }
-    std::string name = naming ? naming(*module) : std::string();
-    if (name.empty()) {
-      name = pathFrom(object.get(), *module);
-    }
-    if (name.empty()) {
-      name = "module " + std::to_string(modules.size() + 1);
-    }
-    modules.push_back({module, std::move(name), placeOf(module)});
+    modules.push_back(
+        {module, moduleName(*module, object.get(), naming, modules.size() + 1), placeOf(module)});
   }
 
   Place placeOf(const ModulePtr& module) const {
@@ -97,6 +91,15 @@ std::string classNameOf(const ApplyUpdateMessage& message) {
 }
 
 }  // namespace
+
+std::string moduleName(const ApplyModule& module, const Object* origin, const ModuleNaming& naming,
+                       std::size_t number) {
+  std::string name = naming ? naming(module) : std::string();
+  if (name.empty()) {
+    name = pathFrom(origin, module);
+  }
+  return name.empty() ? "module " + std::to_string(number) : name;
+}
 
 std::string placeName(Place place) {
   switch (place) {

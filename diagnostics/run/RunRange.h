@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -45,12 +46,17 @@ struct RangeModule {
   Place place = Place::OnTheWay;
 };
 
+/// What `naming` says, else the path from `origin` (without one, or in another tree, the name) of a
+/// module that is an object, else "module 3" with the given number.
+std::string moduleName(const ApplyModule& module, const Object* origin, const ModuleNaming& naming,
+                       std::size_t number);
+
 /// Everything that can be reached from the start of a range: first what an ordered traversal
 /// visits, in its order, then what lies on or behind a cycle, in that of forAllFollowingModules(),
 /// then, where the start does not lead to it, the end with what follows it. Empty when start or end
 /// is gone.
 ///
-/// A module is called what `naming` says, else its path from the range's object, else "module 3".
+/// Modules are called by moduleName(), with the range's object as origin.
 /// Asks the modules nothing. Linear in the modules and links.
 std::vector<RangeModule> modulesOf(const RunRange& range, const ModuleNaming& naming);
 

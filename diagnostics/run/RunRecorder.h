@@ -17,7 +17,7 @@ class CommandBase;
 
 namespace Diagnostics {
 
-/// The functions must not throw.
+/// The functions must not throw, and must not call the recorder.
 struct RunRecorderOptions {
   /// See modulesOf().
   ModuleNaming nameModule{};

@@ -204,6 +204,7 @@ std::string TextTable::line(const Layout& layout, const std::vector<std::string>
 std::string TextTable::text() const {
   const Layout layout = layOut();
   std::vector<std::string> headings;
+  headings.reserve(columns.size());
   for (const Column& column : columns) {
     headings.push_back(column.heading);
   }
