@@ -140,11 +140,17 @@ class CommandLine {
       app.exit(e, output, ignored);
       return kFine;
     }
+    throw InputError(complaint(e) + "; see --help");
+  }
+
+  /// A wrong command is missed as a subcommand before anything else is looked at.
+  std::string complaint(const CLI::ParseError& e) const {
     const std::vector<std::string> unknown = app.remaining();
-    throw InputError((app.get_subcommands().empty() && !unknown.empty()
-                          ? "there is no command \"" + unknown.front() + "\""
-                          : std::string(e.what())) +
-                     "; see --help");
+    if (!app.get_subcommands().empty() || unknown.empty()) {
+      return e.what();
+    }
+    const std::string what = unknown.front().starts_with("-") ? "option" : "command";
+    return "there is no " + what + " \"" + unknown.front() + "\"";
   }
 
   CLI::App& add(const std::string& name, const std::string& about, const std::string& footer) {

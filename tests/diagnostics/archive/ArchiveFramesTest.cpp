@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -40,12 +41,12 @@ std::vector<std::string> lines(const std::vector<ArchivedBlock>& blocks) {
 HandMadeArchive strangeArchive() {
   HandMadeArchive archive;
   archive.number(77).open("Strange.Box").text("what is this");
-  archive.open("Strange.Part").flags({true}).close();
-  archive.open("Strange.Part").close().number(5).close();
+  archive.open("Strange.Slot").flags({true}).close();
+  archive.open("Strange.Slot").close().number(5).close();
   return archive;
 }
 
-const std::vector<HandMadeArchive::Class> kStrangeClasses{{"Strange.Box", 7}, {"Strange.Part", 1}};
+const std::vector<HandMadeArchive::Class> kStrangeClasses{{"Strange.Box", 7}, {"Strange.Slot", 1}};
 
 TEST(ArchiveFrames, TellsHeadClassesAndBlocksOfClassesThatAreNotKnown) {
   const std::string bytes = strangeArchive().with(kStrangeClasses);
@@ -59,7 +60,7 @@ TEST(ArchiveFrames, TellsHeadClassesAndBlocksOfClassesThatAreNotKnown) {
   EXPECT_EQ(frames.classes[0].name, "Strange.Box");
   EXPECT_EQ(frames.classes[0].version, 7U);
   EXPECT_THAT(lines(frames.blocks),
-              ElementsAre("Strange.Box 24..69", " Strange.Part 48..57", " Strange.Part 57..65"));
+              ElementsAre("Strange.Box 24..69", " Strange.Slot 48..57", " Strange.Slot 57..65"));
 }
 
 TEST(ArchiveFrames, FindsEveryBlockOfADesign) {
@@ -148,9 +149,9 @@ TEST(ArchiveFrames, NamesAFrameThatLeadsOutOfWhatIsAroundIt) {
   const ArchiveFrames frames = framesOf(bytes);
   EXPECT_THAT(texts(frames.problems),
               ElementsAre(HasSubstr("damaged: the checksum"),
-                          "byte 48: a block of the class Strange.Part is said to end at byte 70, "
+                          "byte 48: a block of the class Strange.Slot is said to end at byte 70, "
                           "behind what is around it, which ends at byte 69"));
-  EXPECT_THAT(lines(frames.blocks), ElementsAre("Strange.Box 24..69", " Strange.Part 57..65"));
+  EXPECT_THAT(lines(frames.blocks), ElementsAre("Strange.Box 24..69", " Strange.Slot 57..65"));
 }
 
 TEST(ArchiveFrames, NamesAFrameThatEndsBeforeItsContents) {
@@ -158,7 +159,7 @@ TEST(ArchiveFrames, NamesAFrameThatEndsBeforeItsContents) {
   bytes[57] = 60;
   TestSupport::repair(bytes);
   EXPECT_THAT(texts(framesOf(bytes).problems),
-              ElementsAre("byte 57: a block of the class Strange.Part is said to end at byte 60, "
+              ElementsAre("byte 57: a block of the class Strange.Slot is said to end at byte 60, "
                           "before its own contents"));
 }
 

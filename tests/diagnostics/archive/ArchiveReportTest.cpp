@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "diagnostics/archive/ArchiveReport.h"
@@ -111,6 +112,24 @@ TEST(ArchiveReport, TheSameFactsAsJson) {
   EXPECT_EQ(json["droppedLinks"][0]["list"], "previous");
   EXPECT_EQ(json["bytesBehind"], 4);
   EXPECT_EQ(json["blocks"][0]["class"], "Object");
+}
+
+TEST(ArchiveReport, WritesDownWhateverTheBytesHold) {
+  const std::string bytes = savedGraph("A -> B; A -> (S):s[side<main]");
+  const InspectedArchive whole = inspectArchive(bytes);
+  for (std::size_t place = 20; place + 4 < bytes.size(); ++place) {
+    std::string damaged = bytes;
+    damaged[place] = static_cast<char>(damaged[place] ^ (place % 2 == 0 ? 0x01 : 0xFF));
+    TestSupport::repair(damaged);
+    const InspectedArchive archive = inspectArchive(damaged);
+    const std::string text = textOf(archive, "a", true);
+    EXPECT_TRUE(std::none_of(text.begin(), text.end(), [](char letter) {
+      return letter != '\n' && static_cast<unsigned char>(letter) < 0x20;
+    })) << place;
+    EXPECT_FALSE(dumpJson(toJson(archive)).empty()) << place;
+    EXPECT_NO_THROW(textOf(compareArchives(whole, archive))) << place;
+    EXPECT_NO_THROW(snapshotOf(archive)) << place;
+  }
 }
 
 TEST(ArchiveReport, JsonHoldsNoBrokenText) {

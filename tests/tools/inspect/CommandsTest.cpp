@@ -284,6 +284,7 @@ TEST_F(ExplainCommand, NeedsALibrary) {
 TEST_F(BadInput, OfTheCommandLine) {
   EXPECT_EQ(refusal(""), "tessaril-inspect: A subcommand is required; see --help\n");
   EXPECT_EQ(refusal("sing"), "tessaril-inspect: there is no command \"sing\"; see --help\n");
+  EXPECT_EQ(refusal("--loud"), "tessaril-inspect: there is no option \"--loud\"; see --help\n");
   EXPECT_EQ(refusal("show"), "tessaril-inspect: FILE is required; see --help\n");
   EXPECT_EQ(refusal("diff a.tsr"), "tessaril-inspect: AFTER is required; see --help\n");
   EXPECT_THAT(refusal("show --loud a.tsr"), HasSubstr("--loud"));
