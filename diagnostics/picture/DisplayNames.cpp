@@ -141,8 +141,9 @@ std::string DisplayNames::longName(std::string_view name) const {
 
 std::string DisplayNames::shortName(std::string_view name) const {
   const std::string_view leaf = leafOf(name);
-  const bool isAmbiguous = std::binary_search(ambiguousLeaves.begin(), ambiguousLeaves.end(), leaf);
-  return shortened(cleanText(isAmbiguous ? withoutFolder(name) : leaf), kLongestInBrief);
+  const bool saysTooLittle =
+      leaf.empty() || std::binary_search(ambiguousLeaves.begin(), ambiguousLeaves.end(), leaf);
+  return shortened(cleanText(saysTooLittle ? withoutFolder(name) : leaf), kLongestInBrief);
 }
 
 }  // namespace Tessaril::Diagnostics

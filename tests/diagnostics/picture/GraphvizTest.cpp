@@ -1,5 +1,8 @@
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <fstream>
+
 #include "diagnostics/picture/Graphviz.h"
 #include "diagnostics/picture/Picture.h"
 #include "tests/diagnostics/graph/SnapshotSupport.h"
@@ -59,6 +62,16 @@ TEST(Graphviz, SaysInOneLineWhatItObjectsTo) {
 TEST(Graphviz, ThatFailsOrDrawsNothingIsReported) {
   EXPECT_THAT(errorOf("digraph {}", "false"), HasSubstr("exit code 1"));
   EXPECT_THAT(errorOf("digraph {}", "true"), HasSubstr("exit code 0"));
+}
+
+TEST(Graphviz, ThatFailsIsNotBelievedWhatItHasDrawn) {
+  const std::filesystem::path program =
+      std::filesystem::path(testing::TempDir()) / "tessaril-failing-dot";
+  std::ofstream(program) << "#!/bin/sh\necho '<svg></svg>'\necho 'out of ink' >&2\nexit 3\n";
+  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+
+  EXPECT_THAT(errorOf("digraph {}", program), HasSubstr("(exit code 3): out of ink"));
+  std::filesystem::remove(program);
 }
 
 TEST(Graphviz, DrawsEveryModuleLinkAndChain) {

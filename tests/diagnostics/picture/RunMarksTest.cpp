@@ -71,6 +71,15 @@ TEST(RunMarks, NameTheApplyBeforeMessagesAndSignalsAndSumTheirDurations) {
   EXPECT_EQ(run.markOf("A").duration, Microseconds(milliseconds(6)));
 }
 
+TEST(RunMarks, NameWhatWasExecutedBeforeWhatWasOnlyDecided) {
+  ReportedRun run("A");
+  run.step("A", Deed::FullApply, "due");
+  run.executed("A", Deed::MessageHandled, "units", milliseconds(1));
+
+  EXPECT_EQ(run.markOf("A").outcome, "message");
+  EXPECT_EQ(run.markOf("A").effect, RunEffect::kExecuted);
+}
+
 TEST(RunMarks, NameAFailureBeforeAllElse) {
   ReportedRun run("A");
   run.executed("A", Deed::FullApply, "changed", milliseconds(5));
