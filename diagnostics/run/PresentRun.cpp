@@ -181,14 +181,19 @@ void PresentRun::addUntouched() {
   }
 }
 
-/// For each module the step, counted from 1, of the last apply among what it depends on.
-std::vector<std::size_t> PresentRun::changesBefore() const {
+/// For each module its last apply, as a step counted from 1; 0 for none.
+std::vector<std::size_t> PresentRun::lastApplies() const {
   std::vector<std::size_t> applied(report.modules.size(), 0);
   for (std::size_t i = 0; i < report.steps.size(); ++i) {
     if (isApply(report.steps[i]) && report.steps[i].failure.empty()) {
       applied[report.steps[i].module] = i + 1;
     }
   }
+  return applied;
+}
+
+/// For each module the last apply among all that it depends on.
+std::vector<std::size_t> PresentRun::changesBefore(const std::vector<std::size_t>& applied) const {
   std::vector<std::size_t> before(applied.size(), 0);
   for (std::size_t m = 0; m < applied.size(); ++m) {
     const auto module = report.modules[m].module.lock();
@@ -204,12 +209,31 @@ std::vector<std::size_t> PresentRun::changesBefore() const {
   return before;
 }
 
+/// The same of one module, for applies up to a step. For the few that were decided upon before
+/// something that they depend on was applied: a sub-graph off the way does not wait for another.
+std::size_t PresentRun::changeBefore(std::size_t module, const std::vector<std::size_t>& applied,
+                                     std::size_t latest) const {
+  std::size_t change = 0;
+  if (const auto held = report.modules[module].module.lock()) {
+    held->forAllPreviousModules([&](const ModulePtr& previous) {
+      const auto place = find(previous);
+      const std::size_t apply = place ? applied[*place] : 0;
+      change = apply <= latest ? std::max(change, apply) : change;
+      return true;
+    });
+  }
+  return change;
+}
+
 void PresentRun::noteChangesBefore() {
-  const std::vector<std::size_t> before = changesBefore();
+  const std::vector<std::size_t> applied = lastApplies();
+  const std::vector<std::size_t> before = changesBefore(applied);
   for (std::size_t i = 0; i < report.steps.size(); ++i) {
     RunStep& one = report.steps[i];
-    if (before[one.module] > 0 && before[one.module] <= i) {
-      one.changedBefore = report.steps[before[one.module] - 1].module;
+    const std::size_t change =
+        before[one.module] <= i ? before[one.module] : changeBefore(one.module, applied, i);
+    if (change > 0) {
+      one.changedBefore = report.steps[change - 1].module;
     }
   }
 }

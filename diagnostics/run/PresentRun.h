@@ -123,7 +123,10 @@ class PresentRun {
                     const std::optional<std::string>& thrown);
   void addStepWithoutCommand();
   void addUntouched();
-  std::vector<std::size_t> changesBefore() const;
+  std::vector<std::size_t> lastApplies() const;
+  std::vector<std::size_t> changesBefore(const std::vector<std::size_t>& applied) const;
+  std::size_t changeBefore(std::size_t module, const std::vector<std::size_t>& applied,
+                           std::size_t latest) const;
   void noteChangesBefore();
   RunReport::Outcome outcome(bool isThrown) const;
 

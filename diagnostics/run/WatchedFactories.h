@@ -17,9 +17,10 @@ namespace Diagnostics {
 /// and tells the recorder. Null for a null factory. `module` is the one that gets the factory.
 ///
 /// The wrapping command has the progress, description, rate, messages, cache and undo type of the
-/// wrapped one and can be executed, undone and redone long after the recorder is gone. It is
-/// another type, though: code that casts a command to a class of its own does not find it. Messages
-/// to the user that the wrapped command hands to its own progress are handed on when it has ended.
+/// wrapped one, and keeps the recorder alive, so that it can be executed, undone and redone
+/// whatever becomes of the rest. It is another type, though: code that casts a command to a class
+/// of its own does not find it. Messages to the user that the wrapped command hands to its own
+/// progress are handed on when it has ended.
 std::shared_ptr<ApplyCmdFactory> watched(std::shared_ptr<ApplyCmdFactory> factory,
                                          const std::shared_ptr<ApplyModule>& module,
                                          std::shared_ptr<RunRecorder> recorder);

@@ -277,7 +277,6 @@ TEST(ObservationOfRandomDesigns, LeavesRunsAsTheyAre) {
   });
 }
 
-// The making of commands is heard through scripts' own factories only, so these stand apart.
 TEST(WatchedFactories, PutBackWhatTheModulesHad) {
   ExplainedDesign design("A -> B");
   const std::weak_ptr<ApplyCmdFactory> before = design.factories[0];
@@ -351,37 +350,52 @@ TEST(WatchedCommands, HandOnMessagesToTheUser) {
   EXPECT_EQ(command->getProgressPtr()->getLogMessages()[0].getText(), "thin wall");
 }
 
+/// Makes apply commands and remembers the last one.
+class RememberingFactory : public ApplyCmdFactory {
+ public:
+  std::shared_ptr<CommandBase> createApplyCommand(std::shared_ptr<Object> /*object*/) override {
+    last = TestSupport::makeScriptedCommand(*log, "A:apply", {});
+    return last;
+  }
+  std::shared_ptr<CommandBase> createAutoApplyCommand(std::shared_ptr<Object> /*object*/,
+                                                      bool /*mayRunAlone*/) override {
+    return nullptr;
+  }
+  std::shared_ptr<CommandBase> createMessageHandlingCmd(
+      std::shared_ptr<Object> /*object*/, std::shared_ptr<ApplyUpdateMessage> /*message*/,
+      bool /*flag*/) override {
+    return nullptr;
+  }
+
+  std::shared_ptr<TestSupport::EventLog> log = std::make_shared<TestSupport::EventLog>();
+  std::shared_ptr<CommandBase> last;
+};
+
+TEST(WatchedCommands, GiveMessagesAndCacheToTheWrappedOne) {
+  ExplainedDesign design("A -> B");
+  const auto factory = std::make_shared<RememberingFactory>();
+  const auto command =
+      watched(factory, design.design.module("A"), design.recorder)->createApplyCommand(nullptr);
+  TestSupport::dataOf(command).setApplyCache(design.design.cache);
+  TestSupport::dataOf(command).setUpdateInfo(
+      ApplyUpdateInfo({makeMessage(design.design.log, "m")}));
+  command->execute();
+  auto& wrapped = dynamic_cast<TestSupport::ScriptedApplyCommand&>(*factory->last);
+  EXPECT_EQ(wrapped.getApplyCache().lock(), design.design.cache);
+  EXPECT_EQ(factory->log->take(), "A:apply(m)");
+}
+
 TEST(WatchedCommands, OutliveRecorderAndDesign) {
   std::shared_ptr<CommandBase> command;
-  auto log = std::make_shared<TestSupport::EventLog>();
+  const auto factory = std::make_shared<RememberingFactory>();
   {
     ExplainedDesign design("A -> B");
-    design["A"].apply.make = {};
-    class Factory : public ApplyCmdFactory {
-     public:
-      explicit Factory(std::shared_ptr<TestSupport::EventLog> theLog) : log(std::move(theLog)) {}
-      std::shared_ptr<CommandBase> createApplyCommand(std::shared_ptr<Object>) override {
-        return TestSupport::makeScriptedCommand(*log, "A:apply", {});
-      }
-      std::shared_ptr<CommandBase> createAutoApplyCommand(std::shared_ptr<Object>, bool) override {
-        return nullptr;
-      }
-      std::shared_ptr<CommandBase> createMessageHandlingCmd(std::shared_ptr<Object>,
-                                                            std::shared_ptr<ApplyUpdateMessage>,
-                                                            bool) override {
-        return nullptr;
-      }
-
-     private:
-      std::shared_ptr<TestSupport::EventLog> log;
-    };
-    design["A"].setApplyCmdFactory(
-        watched(std::make_shared<Factory>(log), design.design.module("A"), design.recorder));
+    design["A"].setApplyCmdFactory(watched(factory, design.design.module("A"), design.recorder));
     command = design["A"].createApplyCommand(nullptr);
   }
   command->execute();
   command->undo();
-  EXPECT_EQ(log->take(), "A:apply A:apply~");
+  EXPECT_EQ(factory->log->take(), "A:apply A:apply~");
 }
 
 }  // namespace

@@ -164,6 +164,57 @@ TEST(RunRecorder, AsksOfTheLastRunsModuleOnlyWhatTheUpdateAsks) {
   EXPECT_EQ(deeds(design.reportOf(*update)), "A:passed over B:passed over");
 }
 
+// A sub-graph off the way does not wait for modules of another one.
+TEST(RunRecorder, NamesOnlyWhatWasAppliedBeforeTheModule) {
+  ExplainedDesign design("A -> B -> C; A -> R -> X; B -> Y -> X");
+  const auto watching = design.watch();
+  design.design.needApply("A C");
+  const RunReport report = design.run("A", "C");
+  EXPECT_EQ(deeds(report),
+            "A:full apply R:auto apply X:auto apply B:auto apply Y:auto apply C:full apply");
+  EXPECT_EQ(reasonOf(report, "X"), "off the way to C; R before it was applied");
+}
+
+// Signals
+
+TEST(RunRecorder, TakesNoSignalOfACommandForOneOfTheUpdate) {
+  ExplainedDesign design("A -> B; A -> X");
+  const auto watching = design.watch();
+  design.design.needApply("A B");
+  for (const char* const name : {"A", "X"}) {
+    const auto signal = [&module = design[name]](ApplyUpdateInfo&) {
+      module.sendStateChangeSignal();
+      module.sendStateChangeSignalsOfFollowingModules();
+    };
+    design[name].apply.script->whenExecuted = signal;
+    design[name].autoApply.script->whenExecuted = signal;
+  }
+  EXPECT_EQ(deeds(design.run("A", "B")), "A:full apply X:auto apply B:full apply");
+}
+
+TEST(RunRecorder, TakesNoSignalOfADerivedUpdateForOneOfTheUpdate) {
+  ExplainedDesign design("A -> B");
+  design.design.needApply("A B");
+  const auto update = design.update("A", "B");
+  const auto signal = [&design] { design["A"].sendStateChangeSignal(); };
+  update->whenHandedData = [&signal](const std::string&) { signal(); };
+  update->whenPrepared = signal;
+  update->whenFinalized = signal;
+  EXPECT_EQ(deeds(design.reportOf(*update)), "A:full apply B:full apply");
+}
+
+TEST(RunRecorder, SaysWhoMayHaveSentASignalThatNobodyWatched) {
+  ExplainedDesign design("A -> B; A -> X");
+  design.design.needApply("A B");
+  design["X"].autoApply.script->whenExecuted = [&design](ApplyUpdateInfo&) {
+    design["X"].sendStateChangeSignal();
+    design["X"].sendStateChangeSignal();
+  };
+  const RunReport report = design.run("A", "B");
+  EXPECT_EQ(deeds(report), "A:full apply X:auto apply X:signalled B:full apply");
+  EXPECT_EQ(report.steps[2].reason, "told of a change, by the update or by the auto apply of X");
+}
+
 // Ends
 
 TEST(RunRecorder, TellsOfAFailureThatTheRunKeeps) {
