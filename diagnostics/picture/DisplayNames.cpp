@@ -120,6 +120,7 @@ std::string shortened(const std::string& text, std::size_t most) {
 
 DisplayNames::DisplayNames(const GraphSnapshot& snapshot) : folder(commonFolderOf(snapshot)) {
   std::vector<std::string> leaves;
+  leaves.reserve(snapshot.modules.size());
   for (const SnapshotModule& module : snapshot.modules) {
     leaves.emplace_back(leafOf(module.name));
   }

@@ -96,7 +96,7 @@ std::string DotAttributes::asStatements() const { return joined("; ") + ';'; }
 std::string DotAttributes::joined(std::string_view separator) const {
   std::string text;
   for (const auto& [name, value] : values) {
-    text += (text.empty() ? std::string() : std::string(separator)) + name + '=' + value;
+    text.append(text.empty() ? "" : separator).append(name).append("=").append(value);
   }
   return text;
 }
