@@ -58,10 +58,14 @@ void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
 /// What is queued asks for these lists, one module after the other. Here one does not wait for the
 /// memory of the other.
 void UpdateOrder::readPrevious(const std::vector<Number>& numbers) {
+  constexpr std::size_t kListsAhead = 8;
+  constexpr std::size_t kEntriesAhead = 4;
   for (std::size_t i = 0; i < numbers.size(); ++i) {
-    if (i + ModuleNumbers::kAhead < numbers.size()) {
-      const Number ahead = numbers[i + ModuleNumbers::kAhead];
-      ApplyGraph::loadLinksEarly(modules.heldModule(ahead).get());
+    if (i + kListsAhead < numbers.size()) {
+      ApplyGraph::loadLinksEarly(modules.heldModule(numbers[i + kListsAhead]).get());
+      if (const ModulePtr& near = modules.heldModule(numbers[i + kEntriesAhead])) {
+        previous.linksOf(*near).loadEarly();
+      }
     }
     read(previous, numbers[i]);
   }

@@ -104,6 +104,10 @@ class Traversal {
  private:
   enum class Unknown { Added, PassedOver };
 
+  /// How many modules ahead of its turn the lists of a module are loaded, and then their entries.
+  static constexpr Number kListsAhead = 8;
+  static constexpr Number kEntriesAhead = 4;
+
   /// Places in one of the lists of numbers.
   struct Span {
     std::uint32_t begin = kNone;
@@ -160,6 +164,11 @@ class Traversal {
   void gatherScope() {
     nodes[first].isInScope = true;
     for (Number number = 0; number < numbers.size(); ++number) {
+      if (number + kListsAhead < numbers.size()) {
+        ApplyGraph::loadLinksEarly(numbers.heldModule(number + kListsAhead).get());
+        onwardLinks(number + kEntriesAhead).loadEarly();
+        backLinks(number + kEntriesAhead).loadEarly();
+      }
       if (number == first || number != last) {
         readOnward(number);
       }
@@ -203,7 +212,13 @@ class Traversal {
   }
 
   void findUnknownBack() {
-    for (const UnknownBack& link : unknownBack) {
+    for (std::size_t i = 0; i < unknownBack.size(); ++i) {
+      if (i + kListsAhead < unknownBack.size()) {
+        const Number ahead = unknownBack[i + kListsAhead].module;
+        ApplyGraph::loadLinksEarly(numbers.heldModule(ahead).get());
+        backLinks(unknownBack[i + kEntriesAhead].module).loadEarly();
+      }
+      const UnknownBack& link = unknownBack[i];
       const LinkList& links = backLinks(link.module);
       backNumbers[link.at] = find(links, link.place);
       nodes[link.module].hasUnknownBack |=

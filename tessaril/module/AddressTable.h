@@ -50,12 +50,13 @@ class AddressTable {
 
  private:
   static constexpr unsigned int kFirstBits = 5;
-  static constexpr unsigned int kMoreBits = 2;
+  /// Of a large table a half that stays free costs more, in the caches, than growing once more.
+  static constexpr std::size_t kLarge = 8192;
 
   void grow() {
-    const std::vector<Slot> old =
-        std::exchange(slots, std::vector<Slot>(slots.size() << kMoreBits));
-    shift -= kMoreBits;
+    const unsigned int moreBits = slots.size() < kLarge ? 2 : 1;
+    const std::vector<Slot> old = std::exchange(slots, std::vector<Slot>(slots.size() << moreBits));
+    shift -= moreBits;
     for (const Slot& slot : old) {
       if (slot.address != nullptr) {
         slots[placeOf(slot.address)] = slot;

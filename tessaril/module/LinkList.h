@@ -53,6 +53,13 @@ class LinkList {
            !module.owner_before(references[place]);
   }
 
+  /// Has the processor begin to load the entries.
+  void loadEarly() const {
+#if defined(__GNUC__)
+    __builtin_prefetch(references.data());
+#endif
+  }
+
   /// At the end.
   void add(const std::shared_ptr<ApplyModule>& module) {
     const std::size_t count = size();
