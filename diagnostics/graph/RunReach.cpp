@@ -113,6 +113,7 @@ class ReachFinder {
   using LinkQuestion = std::function<bool(std::size_t from, std::size_t to)>;
 
   /// Visits what becomes ready, from `queue` on, and asks `goesOn` which next modules to queue.
+  /// Requires: nothing but what is awaited can be queued.
   void visitReady(std::vector<std::size_t> queue, const Marks& awaited, Marks& visited,
                   const LinkQuestion& goesOn) {
     std::vector<std::size_t> open = countAwaited(awaited, visited);
@@ -140,10 +141,8 @@ class ReachFinder {
         }
       }
       for (const std::size_t waiter : waiting[module]) {
-        if (awaited[module]) {
-          --open[waiter];
-          visitIfReady(waiter, ready);
-        }
+        --open[waiter];
+        visitIfReady(waiter, ready);
       }
     }
   }

@@ -20,9 +20,9 @@ enum class RunReach {
   BeforeStart,
   /// The start does not lead to it.
   NotBehindStart,
-  /// It waits for itself.
+  /// It waits for itself, by way of others or not.
   OnCycle,
-  /// It waits for a module that does, or for one that has no other way to it.
+  /// It waits for a module on a cycle, or for one that does.
   BehindCycle,
   /// The start leads to it, but over a link that is missing in a list.
   BrokenLink,

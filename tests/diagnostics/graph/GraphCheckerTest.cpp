@@ -76,8 +76,8 @@ TEST(GraphCheckerTest, ofALongCycleItShowsTheEnds) {
 
 TEST(GraphCheckerTest, namesSelfLinksBySideAndNotAsCycles) {
   EXPECT_THAT(check("R -> A -> A"),
-              Contains("error: A is linked with itself: it stands in its own previous and next "
-                       "lists. It waits for itself, so no update gets to it or past it."));
+              ElementsAre("error: A is linked with itself: it stands in its own previous and next "
+                          "lists. It waits for itself, so no update gets to it or past it."));
   EXPECT_THAT(check("A .-> A"),
               ElementsAre("error: A is linked with itself: it stands in its own previous list. It "
                           "waits for itself, so no update gets to it or past it."));
@@ -277,6 +277,23 @@ TEST(GraphCheckerTest, aStartChainThatAnotherModeLeftBehindCountsAsWell) {
   EXPECT_THAT(textsOf(checkGraph(snapshotOf(g)), FindingKind::ParentChain),
               ElementsAre("S is the first module of chain 1 and names chain 2 as the chain that it "
                           "branches off, but there is no module of chain 2."));
+}
+
+TEST(GraphCheckerTest, aModuleThatIsNoStartNeedNotNameItsParentChain) {
+  EXPECT_THAT(
+      check("A -> (S):c[side] -> (D):d"),
+      ElementsAre("remark: D is marked as the start of chain 2, but its insert mode is that "
+                  "of a module added to a chain."));
+  EXPECT_THAT(textsOf(checkGraph(snapshotOf(graph("A -> (S):c[side]; A -> (T):d[side]; "
+                                                  "S -> M:e[merge<gone+c]; T -> M"))),
+                      FindingKind::ParentChain),
+              IsEmpty());
+}
+
+TEST(GraphCheckerTest, whatFollowsAModuleOfAnUnknownPlaceIsPassedOver) {
+  GraphSnapshot snapshot = snapshotOf(graph("A -> (S):c[side<gone]; A -> M[merge]"));
+  snapshot.modules[0].insertMode.reset();
+  EXPECT_THAT(linesOf(checkGraph(snapshot)), IsEmpty());
 }
 
 TEST(GraphCheckerTest, aChainThatBranchesOffItselfIsNamed) {
