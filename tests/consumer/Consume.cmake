@@ -210,11 +210,13 @@ elseif(KIND STREQUAL "foreign_services")
   build_library(
     library "-DTESSARIL_PLATFORM_DIR=${here}/workshop/declarations"
     -DTESSARIL_PLATFORM_TARGET=Workshop::Services
-    "-DTESSARIL_PLATFORM_PACKAGE=WorkshopServices 2.3")
+    "-DTESSARIL_PLATFORM_PACKAGE=WorkshopServices 2.3"
+    -DTESSARIL_BUILD_DIAGNOSTICS=ON)
   install("${WORK_DIR}/library" installed)
   expect_relocatable(installed)
   move(installed)
   use_through_cmake("moved installed")
+  expect_output("${snapshot_output}" "${WORK_DIR}/application/snapshot")
   build_documented_project(2)
   expect_output("${update_output}" "${WORK_DIR}/design/built/design")
   run("${WORK_DIR}/design/built/services_conformance" --gtest_brief=1)
