@@ -18,6 +18,9 @@ class NumberedModule : public ApplyModule {
   explicit NumberedModule(Number moduleNumber) : number(moduleNumber) {}
 
   const Number number;
+  /// For contestants that are led from one module to the next. Beside the number, so that whoever
+  /// visits the module has it at hand.
+  const NumberedModule* following = nullptr;
 };
 
 /// Requires: the module is a NumberedModule.

@@ -28,6 +28,7 @@ using Question = std::function<bool()>;
 using LinksOf = const std::vector<std::weak_ptr<ApplyModule>>& (ApplyModule::*)() const;
 
 constexpr const char* kFloorWithLinks = "floor with links";
+constexpr const char* kFloorOneByOne = "floor, one by one";
 constexpr const char* kBoost = "Boost.Graph";
 constexpr const char* kBoostInOrder = "Boost.Graph, in order";
 
@@ -100,6 +101,22 @@ RefWalk refCallsAndLinks(const Modules& modules, LinksOf linksOf) {
   };
 }
 
+/// The same where each module is known only from the one before it, which tells no more than that:
+/// how long the memory lets a walk wait that meets no module twice.
+RefWalk callsOneByOne(const Modules& modules) {
+  const NumberedModule* following = nullptr;
+  for (auto module = modules.rbegin(); module != modules.rend(); ++module) {
+    auto& numbered = static_cast<NumberedModule&>(**module);
+    numbered.following = std::exchange(following, &numbered);
+  }
+  return [following](const ApplyModule::ModuleRefVisitor& visitor) {
+    for (const NumberedModule* module = following; module != nullptr; module = module->following) {
+      visitor(*module);
+    }
+    return true;
+  };
+}
+
 Modules visitedBy(const Walk& walk) {
   Modules visited;
   walk([&visited](const ModulePtr& module) {
@@ -143,10 +160,12 @@ void measureRefWalk(Paired& paired, Comparison measured, const RefWalk& library,
   if (measured.size == 100'000) {
     measured.bounds.push_back({kBoost, 1.1});
   }
+  const RefWalk oneByOne = callsOneByOne(visited);
   measured.contestants = {
       {kLibrary, [&] { return hashOf(library); }},
       {kLiteral, [&] { return hashOf(literal); }},
       {kFloor, [&] { return hashOf(bareRefCalls(visited)); }},
+      {kFloorOneByOne, [&] { return hashOf(oneByOne); }},
       {kFloorWithLinks, [&] { return hashOf(refCallsAndLinks(visited, linksOf)); }}};
   measured.contestants.insert(measured.contestants.end(), peers.begin(), peers.end());
   paired.compare(measured);
