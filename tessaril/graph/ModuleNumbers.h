@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -41,7 +42,8 @@ class ModuleNumbers {
   void loadEarly(Number number) const {
 #if defined(__GNUC__)
     if (number < held.size()) {
-      __builtin_prefetch(reinterpret_cast<const char*>(held[number].get()) - 2 * sizeof(void*));
+      const auto module = reinterpret_cast<std::uintptr_t>(held[number].get());
+      __builtin_prefetch(reinterpret_cast<const void*>(module - 2 * sizeof(void*)));
     }
 #endif
   }

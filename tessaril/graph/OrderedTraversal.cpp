@@ -72,6 +72,7 @@ class Traversal {
       return;
     }
     node.isQueued = true;
+    numbers.loadEarly(number);
     queue.push(number, flag, isReady);
   }
 

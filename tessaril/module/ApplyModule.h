@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <unordered_set>
@@ -250,9 +251,9 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   static void loadLinksEarly(const ApplyModule* module) {
 #if defined(__GNUC__)
     // The lists are the first members.
-    const char* const lists = reinterpret_cast<const char*>(module) + sizeof(ModuleState);
-    __builtin_prefetch(lists);
-    __builtin_prefetch(lists + 64);
+    const auto lists = reinterpret_cast<std::uintptr_t>(module) + sizeof(ModuleState);
+    __builtin_prefetch(reinterpret_cast<const void*>(lists));
+    __builtin_prefetch(reinterpret_cast<const void*>(lists + 64));
 #endif
   }
 
