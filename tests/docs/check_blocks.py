@@ -13,16 +13,15 @@ import re
 import sys
 from pathlib import Path
 
-SOURCE_DIR, BUILD_DIR = (Path(argument).resolve() for argument in sys.argv[1:3])
 HERE = Path(__file__).resolve().parent
 FOLDERS = ("bench", "diagnostics", "docs", "examples", "fuzz", "reference_platform", "tessaril",
            "tests", "tools")
 
 
-def documents():
-    found = list(SOURCE_DIR.glob("*.md"))
+def documents(source_dir):
+    found = list(source_dir.glob("*.md"))
     for folder in FOLDERS:
-        found += (SOURCE_DIR / folder).rglob("*.md")
+        found += (source_dir / folder).rglob("*.md")
     return sorted(found)
 
 
@@ -50,11 +49,11 @@ def blocks_of(document):
         i += 1
 
 
-def compiled_sources():
+def compiled_sources(source_dir, build_dir):
     """The texts of all sources that are compiled for the tests, whether written or generated."""
-    commands = json.loads((BUILD_DIR / "compile_commands.json").read_text(encoding="utf-8"))
+    commands = json.loads((build_dir / "compile_commands.json").read_text(encoding="utf-8"))
     files = {(Path(command["directory"]) / command["file"]).resolve() for command in commands}
-    tests = (SOURCE_DIR / "tests", BUILD_DIR / "tests")
+    tests = (source_dir / "tests", build_dir / "tests")
     return [
         file.read_text(encoding="utf-8")
         for file in sorted(files)
@@ -62,14 +61,14 @@ def compiled_sources():
     ]
 
 
-def known_tests():
+def known_tests(source_dir, build_dir):
     """Names of tests: those that CMake adds, and those that test programs hold."""
     names = set()
-    for file in BUILD_DIR.rglob("CTestTestfile.cmake"):
+    for file in build_dir.rglob("CTestTestfile.cmake"):
         text = file.read_text(encoding="utf-8")
         names.update(re.findall(r"^add_test\(\[=*\[([^]]*)\]", text, re.MULTILINE))
         names.update(re.findall(r'^add_test\("?([^\s"\[]+)', text, re.MULTILINE))
-    for file in (SOURCE_DIR / "tests").rglob("*.cpp"):
+    for file in (source_dir / "tests").rglob("*.cpp"):
         text = file.read_text(encoding="utf-8")
         names.update(".".join(name) for name in re.findall(r"^TEST(?:_F|_P)?\((\w+),\s*(\w+)\)", text,
                                                            re.MULTILINE))
@@ -86,14 +85,14 @@ def allowed_blocks():
     return allowed
 
 
-def objection_to(account, tests):
+def objection_to(account, source_dir, tests):
     kind, _, rest = account.partition(" ")
     if kind == "test":
         missing = [name for name in rest.split() if name not in tests]
         return f"there is no test {missing[0]}" if missing else None
     if kind == "check":
         script, _, command = rest.partition(" ")
-        file = SOURCE_DIR / script
+        file = source_dir / script
         if not file.exists() or command not in file.read_text(encoding="utf-8"):
             return f"{script} does not run {command}"
         return None
@@ -103,14 +102,15 @@ def objection_to(account, tests):
 
 
 def main():
-    sources = compiled_sources()
-    tests = known_tests()
+    source_dir, build_dir = (Path(argument).resolve() for argument in sys.argv[1:3])
+    sources = compiled_sources(source_dir, build_dir)
+    tests = known_tests(source_dir, build_dir)
     allowed = allowed_blocks()
     errors = []
     used = set()
     compiled = accounted = 0
-    for document in documents():
-        name = str(document.relative_to(SOURCE_DIR))
+    for document in documents(source_dir):
+        name = str(document.relative_to(source_dir))
         for language, line, text in blocks_of(document):
             if language in ("cpp", "c++"):
                 if any(text in source for source in sources):
@@ -125,7 +125,7 @@ def main():
                 continue
             accounted += 1
             used.add((name, first_line))
-            objection = objection_to(account, tests)
+            objection = objection_to(account, source_dir, tests)
             if objection:
                 errors.append(f"{name}:{line}: {objection}")
     errors += [f"blocks.txt: there is no such block: {document} | {first_line}"
@@ -137,4 +137,5 @@ def main():
     return 1 if errors or compiled == 0 else 0
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())
