@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "diagnostics/guards/LinkImage.h"
 #include "tessaril/module/ApplyModule.h"
 #include "tessaril/platform/parameterization/Object.h"
 
@@ -50,9 +51,10 @@ std::string offenceText(const GuardViolation& offence, GraphWork::Kind kind,
     return offence.operation + " of the update " + quoted(offence.update) + " was called " +
            onThread(offence.thread);
   }
-  if (kind == Kind::Hook) {
-    return "the links of " + offence.module + " were edited " + onThread(offence.thread) + " (" +
-           links + ")";
+  if (!links.empty()) {
+    const std::string edited =
+        kind == Kind::Hook ? "edited " + onThread(offence.thread) : "found edited";
+    return "the links of " + offence.module + " were " + edited + " (" + links + ")";
   }
   return workText({kind, offence.operation, offence.module, offence.thread, {}, {}});
 }
@@ -73,6 +75,10 @@ struct GraphGuard::Work {
   /// Of a run.
   const void* update = nullptr;
   std::optional<std::thread::id> subCommandThread{};
+  /// Of a run; null where links are not compared.
+  std::shared_ptr<LinkImage> image{};
+  /// Edits of this step have been reported.
+  bool hasReportedEdit = false;
   GraphWork told;
 };
 
@@ -82,6 +88,8 @@ struct GraphGuard::Offender {
   /// Null where it is an update's operation.
   const ApplyModule* module = nullptr;
   std::string update{};
+  /// An edit of the module's links.
+  bool isEdit = false;
 };
 
 GraphGuard::GraphGuard(ViolationHandler theHandler, ModuleNaming theNaming)
@@ -95,7 +103,14 @@ GraphGuard::WorkNumber GraphGuard::beginWork(Kind kind, std::string_view name,
 }
 
 GraphGuard::WorkNumber GraphGuard::beginHook(const ApplyModule& module) {
-  enforce([this] { return ruleAgainstEdit(); }, {Kind::Hook, "onApplyGraphChanged", &module});
+  {
+    const std::lock_guard lock(mutex);
+    for (Work& work : works) {
+      work.hasReportedEdit = true;
+    }
+  }
+  enforce([this] { return ruleAgainstEdit(); },
+          {Kind::Hook, "onApplyGraphChanged", &module, {}, true});
   return add(Kind::Hook, "onApplyGraphChanged", &module);
 }
 
@@ -106,9 +121,11 @@ void GraphGuard::endWork(WorkNumber number) noexcept {
 
 void GraphGuard::beginRun(const void* update, const std::string& description) {
   aboutToCall("startExecution", description, nullptr);
+  std::shared_ptr<LinkImage> image = imageOfLinks();
   const std::lock_guard lock(mutex);
   Work& run = append(Kind::Run);
   run.update = update;
+  run.image = std::move(image);
   run.told.name = description;
 }
 
@@ -140,6 +157,29 @@ void GraphGuard::commandPrepared(const void* update, const ApplyModule* module) 
   }
 }
 
+void GraphGuard::compareLinks(const void* update) {
+  std::shared_ptr<LinkImage> image;
+  bool hasReportedEdit = false;
+  {
+    const std::lock_guard lock(mutex);
+    if (Work* const run = findRun(update)) {
+      image = run->image;
+      hasReportedEdit = std::exchange(run->hasReportedEdit, false);
+    }
+  }
+  if (image == nullptr) {
+    return;
+  }
+  const auto edited = image->takeEdited();
+  if (hasReportedEdit) {
+    return;
+  }
+  for (const auto& module : edited) {
+    enforce([] { return GraphRule::NoEditDuringRun; },
+            {Kind::Operation, "comparison of links", module.get(), {}, true});
+  }
+}
+
 void GraphGuard::subCommandBegins(const void* update) {
   const std::lock_guard lock(mutex);
   if (Work* const run = findRun(update)) {
@@ -156,6 +196,11 @@ void GraphGuard::subCommandEnds(const void* update) noexcept {
     run->subCommandThread.reset();
     run->told.subCommandThread.reset();
   }
+}
+
+void GraphGuard::watchLinksOf(const std::shared_ptr<const ApplyModule>& module) {
+  const std::lock_guard lock(mutex);
+  watched.push_back(module);
 }
 
 GraphGuard::WorkNumber GraphGuard::getLastWork() const {
@@ -189,7 +234,7 @@ void GraphGuard::enforce(const BrokenRule& brokenRule, const Offender& offender)
   std::string links;
   if (offender.module != nullptr) {
     violation.module = nameOf(*offender.module);
-    links = offender.kind == Kind::Hook ? linksOf(*offender.module) : std::string();
+    links = offender.isEdit ? linksOf(*offender.module) : std::string();
   }
   violation.text = ruleName(violation.rule) + ": " + offenceText(violation, offender.kind, links) +
                    ongoingText(violation.ongoing);
@@ -240,6 +285,15 @@ std::optional<GraphRule> GraphGuard::ruleAgainstEdit() const {
     }
   }
   return std::nullopt;
+}
+
+std::shared_ptr<LinkImage> GraphGuard::imageOfLinks() const {
+  std::vector<std::weak_ptr<const ApplyModule>> origins;
+  {
+    const std::lock_guard lock(mutex);
+    origins = watched;
+  }
+  return origins.empty() ? nullptr : std::make_shared<LinkImage>(origins);
 }
 
 GraphGuard::Work* GraphGuard::findRun(const void* update) {

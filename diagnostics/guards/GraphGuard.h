@@ -21,6 +21,8 @@ class ApplyModule;
 
 namespace Diagnostics {
 
+class LinkImage;
+
 /// Watches over the rules of one graph, or of all graphs of one design, and reports who breaks one.
 ///
 /// The modules (GuardedModule), updates (GuardedUpdate) and walks (GuardedWalk) of the graph tell
@@ -32,9 +34,9 @@ namespace Diagnostics {
 /// already, and is left partly done. Thrown in a command, it is a failure of that command.
 ///
 /// What cannot be seen from outside:
-/// - edits whose modules are all unguarded, and lists that an edit clears or copies as a whole, as
-///   ApplyGraph::replace() and restoreApplyGraph() do. Most such edits change single entries of
-///   neighbours as well; restoring a graph never does, and goes unnoticed;
+/// - at the moment when they are made, edits whose modules are all unguarded, and lists that an
+///   edit clears or copies as a whole. Most such edits change single entries of neighbours as well;
+///   ApplyGraph::restoreApplyGraph() never does. During a run watchLinksOf() finds both, later;
 /// - chain ids, insert modes, flags of chains and the additional flag, which no hook tells of;
 /// - walks without a GuardedWalk. What they ask of guarded modules is seen, and no question may
 ///   edit. An edit by a visitor of such a walk is not noticed;
@@ -51,6 +53,14 @@ class GraphGuard {
   GraphGuard(const GraphGuard&) = delete;
   GraphGuard& operator=(const GraphGuard&) = delete;
   ~GraphGuard();
+
+  /// Compares the links of everything that can be reached from `module`, in each run that begins
+  /// from now on, after each step of the run: when a command is prepared, when a sub-command has
+  /// ended well, and at the end. So edits are found that no hook tells of, and edits of modules
+  /// that are not guarded; the report names the module, and the module whose command was the last
+  /// one, but not the operation. Each comparison costs the size of the graph. An edit that a hook
+  /// told of hides others of the same step. Requires: `module` is not null; it is not kept alive.
+  void watchLinksOf(const std::shared_ptr<const ApplyModule>& module);
 
   // What guarded modules, updates and walks tell.
 
@@ -70,6 +80,8 @@ class GraphGuard {
                    const void* blockedBy);
   void aboutToContinue(const void* update, const std::string& description);
   void commandPrepared(const void* update, const ApplyModule* module);
+  /// A step of a run has ended, on its thread.
+  void compareLinks(const void* update);
   /// Both on the thread that executes it.
   void subCommandBegins(const void* update);
   void subCommandEnds(const void* update) noexcept;
@@ -92,6 +104,7 @@ class GraphGuard {
   std::optional<GraphRule> ruleOfThread() const;
   std::optional<GraphRule> ruleAgainstEdit() const;
   Work* findRun(const void* update);
+  std::shared_ptr<LinkImage> imageOfLinks() const;
   unsigned numberOf(std::thread::id thread);
   std::string nameOf(const ApplyModule& module) const;
   std::string linksOf(const ApplyModule& module) const;
@@ -99,6 +112,8 @@ class GraphGuard {
   const ViolationHandler handler;
   const ModuleNaming naming;
   mutable std::mutex mutex;
+  /// Where the graph whose links are compared begins.
+  std::vector<std::weak_ptr<const ApplyModule>> watched;
   /// In the order in which it began.
   std::vector<Work> works;
   std::map<std::thread::id, unsigned> threadNumbers;

@@ -34,7 +34,7 @@ class GuardedUpdate : public Update {
         guard(std::move(theGuard)),
         description(Update::getDescription()),
         ended(this->connectToSigFinished(
-            Signals::Slot<void(bool)>([this](bool /*success*/) { endRuns(0); }))) {}
+            Signals::Slot<void(bool)>([this](bool /*success*/) { announced(); }))) {}
   ~GuardedUpdate() override { guard->endRuns(this, 0); }
 
   void execute() override {
@@ -69,8 +69,14 @@ class GuardedUpdate : public Update {
  protected:
   void prepareApplyCommandAndModule(std::shared_ptr<CommandBase> cmd,
                                     std::shared_ptr<ApplyModule> module) override {
+    guard->compareLinks(this);
     guard->commandPrepared(this, module.get());
     Update::prepareApplyCommandAndModule(std::move(cmd), std::move(module));
+  }
+
+  void finalizeExecute(std::shared_ptr<CommandBase> cmd) override {
+    guard->compareLinks(this);
+    Update::finalizeExecute(std::move(cmd));
   }
 
  private:
@@ -87,6 +93,13 @@ class GuardedUpdate : public Update {
     GuardedUpdate& update;
     GraphGuard::WorkNumber after;
   };
+
+  void announced() {
+    if (!this->isSubCommandUnderWay()) {
+      const RunEnd end(*this, 0);
+      guard->compareLinks(this);
+    }
+  }
 
   void endRuns(GraphGuard::WorkNumber after) noexcept {
     if (!this->isSubCommandUnderWay()) {

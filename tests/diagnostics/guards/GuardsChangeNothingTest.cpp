@@ -110,6 +110,7 @@ class GuardsChangeNothingTest : public testing::TestWithParam<Story> {
 TEST_P(GuardsChangeNothingTest, InRunsUndosAndRedos) {
   for (const auto& manager : managers()) {
     GuardedDesign design(guard, kGraph);
+    guard->watchLinksOf(design.module("A"));
     const auto update = makeGuardedUpdate<ScriptedUpdate>(
         guard, design.log, design.root, design.module("A"), design.module("D"), design.module("E"));
     EXPECT_EQ(tell(design, update, GetParam(), manager), plainEvents());
