@@ -228,6 +228,7 @@ class Traversal {
   }
 
   void countWaits(Number number) {
+    // One that lies beyond the end: only what is queued needs it, after the ways have been found.
     if (!nodes[number].back.isKnown()) {
       readBack(number);
     }

@@ -51,7 +51,7 @@ class AddressTable {
  private:
   static constexpr unsigned int kFirstBits = 5;
   /// Of a large table a half that stays free costs more, in the caches, than growing once more.
-  static constexpr std::size_t kLarge = 8192;
+  static constexpr std::size_t kLarge = 32768;
 
   void grow() {
     const unsigned int moreBits = slots.size() < kLarge ? 2 : 1;

@@ -36,11 +36,12 @@ using ModuleSet = std::unordered_set<std::shared_ptr<ApplyModule>>;
 constexpr std::size_t kAhead = 4;
 
 /// The module of a link, unless it has been visited; null for one that has gone. `linksOf`, here
-/// and below: NextLinks or PreviousLinks of the class.
+/// and below: NextLinks or PreviousLinks of the class. A call for each link would cost as much as
+/// the rest.
 template <typename LinksOf>
-std::shared_ptr<ApplyModule> lockNew(const ApplyModule* address,
-                                     const std::weak_ptr<ApplyModule>& link, const LinksOf& linksOf,
-                                     AddressSet& visited) {
+[[gnu::always_inline]] inline std::shared_ptr<ApplyModule> lockNew(
+    const ApplyModule* address, const std::weak_ptr<ApplyModule>& link, const LinksOf& linksOf,
+    AddressSet& visited) {
   const AddressSet::Place place = visited.placeOf(address);
   if (visited.isTaken(place)) {
     return nullptr;
