@@ -40,6 +40,8 @@ class LinkImage;
 /// - chain ids, insert modes, flags of chains and the additional flag, which no hook tells of;
 /// - walks without a GuardedWalk. What they ask of guarded modules is seen, and no question may
 ///   edit. An edit by a visitor of such a walk is not noticed;
+/// - changes of state by operations that are not virtual, setFrozen() for one, but for what they
+///   notify;
 /// - updates that are not guarded;
 /// - two threads that walk or ask at once, which is harmless as long as nothing is edited.
 ///

@@ -166,5 +166,22 @@ TEST(LinkImageTest, SeesThatAnotherModuleTookAPlace) {
   EXPECT_THAT(image.takeEdited(), testing::ElementsAre(design.module("A"), design.module("B")));
 }
 
+// Modules that are parts of one object share its owner, and are different ones all the same.
+TEST(LinkImageTest, TellsModulesOfOneOwnerApart) {
+  struct Pair {
+    TestSupport::TestModule first{"first"};
+    TestSupport::TestModule second{"second"};
+  };
+  const auto owner = std::make_shared<Pair>();
+  const std::shared_ptr<ApplyModule> first(owner, &owner->first);
+  const std::shared_ptr<ApplyModule> second(owner, &owner->second);
+  const auto start = std::make_shared<TestSupport::TestModule>("start");
+  ApplyGraph::insertAfter(first, start);
+  LinkImage image({start});
+  ApplyGraph::replace(first, second);
+  EXPECT_THAT(image.takeEdited(),
+              testing::ElementsAre(std::shared_ptr<const ApplyModule>(start), first));
+}
+
 }  // namespace
 }  // namespace Tessaril::Diagnostics
