@@ -51,6 +51,7 @@ void ReadyOrder::setCandidate(Number module) {
   forEachOf(module, [this](Index index) { setCandidateEntry(index); });
 }
 
+// The cursor stays where it is: an entry that it stands at comes first.
 void ReadyOrder::setCandidateOnce(Number module) {
   Index first = kNone;
   forEachOf(module, [&](Index index) {
@@ -63,9 +64,6 @@ void ReadyOrder::setCandidateOnce(Number module) {
       remove(index);
     }
   });
-  if (cursor == kNone) {
-    comeRound();
-  }
   setCandidateEntry(first);
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <queue>
 #include <stdexcept>
 #include <string>
@@ -14,6 +15,7 @@
 
 #include "tessaril/graph/ApplyGraph.h"
 #include "tests/support/GraphText.h"
+#include "tests/support/PrivateLinks.h"
 
 namespace Tessaril {
 namespace {
@@ -261,6 +263,24 @@ TEST(ModuleRange, VisitsWhatIsLinkedTwiceOnce) {
 
 TEST(ModuleRange, PassesOverDeadEntries) {
   EXPECT_EQ(range(graph("A -> ~; A -> B; ~ -> B -> ~; B -> C"), "A", "C"), "A B C");
+}
+
+// As where a module was made in the memory of one that is gone.
+TEST(ModuleRange, PassesOverADeadEntryAtTheAddressOfALiveModule) {
+  for (const std::string waiting : {"B", "C"}) {
+    const auto g = graph("A -> B -> C -> D");
+    auto gone = std::make_shared<int>();
+    TestSupport::PrivateLinks::previousList(*g[waiting]).add(ModulePtr(gone, g["D"].get()));
+    TestSupport::PrivateLinks::nextList(*g["A"]).add(ModulePtr(gone, g["D"].get()));
+    gone.reset();
+    EXPECT_EQ(range(g, "A", "~"), "A B C D");
+    EXPECT_EQ(range(g, "A", "D"), "A B C D");
+  }
+  const auto g = graph("A -> B; Z");
+  auto gone = std::make_shared<int>();
+  TestSupport::PrivateLinks::nextList(*g["A"]).add(ModulePtr(gone, g["Z"].get()));
+  gone.reset();
+  EXPECT_EQ(range(g, "A", "Z"), "A");
 }
 
 TEST(ModuleRange, FollowsNextListsAndWaitsByPreviousLists) {
