@@ -43,6 +43,7 @@ class ModuleNumbers {
 #if defined(__GNUC__)
     if (number < held.size()) {
       const auto module = reinterpret_cast<std::uintptr_t>(held[number].get());
+      // NOLINTNEXTLINE(performance-no-int-to-ptr): there may be no object.
       __builtin_prefetch(reinterpret_cast<const void*>(module - 2 * sizeof(void*)));
     }
 #endif
