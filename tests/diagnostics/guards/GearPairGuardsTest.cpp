@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "diagnostics/guards/GuardedUpdate.h"
@@ -10,6 +8,7 @@
 #include "examples/gear_pair/application/DesignSession.h"
 #include "reference_platform/command_pattern/WorkerPoolThreadManager.h"
 #include "tessaril/graph/ApplyGraph.h"
+#include "tests/diagnostics/DocumentBlocks.h"
 #include "tests/diagnostics/guards/DocumentedGuards.h"
 #include "tests/examples/gear_pair/calculation/TestDesigns.h"
 
@@ -54,25 +53,6 @@ TEST_F(GearPairGuardsTest, ADesignersDayBreaksNoRule) {
   EXPECT_EQ(texts, "");
 }
 
-std::string contentsOf(const char* path) {
-  std::ifstream file(path);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-/// The block of the document that begins with `line`.
-std::string blockOfDocument(const std::string& line, const std::string& language = {}) {
-  const std::string document = contentsOf(TESSARIL_DIAGNOSTICS_DOCUMENT);
-  const std::string fence = "```" + language + "\n";
-  const std::size_t fenceBegin = document.find(fence + line);
-  if (fenceBegin == std::string::npos) {
-    return "no block begins with: " + line;
-  }
-  const std::size_t begin = fenceBegin + fence.size();
-  return document.substr(begin, document.find("\n```", begin) - begin + 1);
-}
-
 TEST_F(GearPairGuardsTest, AListenerThatHangsTheDrawingElsewhereIsReportedAsInTheDocument) {
   const auto update = makeUpdate();
   const auto& design = *session.design();
@@ -84,7 +64,7 @@ TEST_F(GearPairGuardsTest, AListenerThatHangsTheDrawingElsewhereIsReportedAsInTh
       }));
   session.run(update);
   EXPECT_THAT(texts, testing::HasSubstr("the links of /design/drawing were found edited"));
-  EXPECT_EQ(blockOfDocument("no edit during a run"), texts);
+  EXPECT_EQ(TestSupport::blockOfDocument("no edit during a run"), texts);
 }
 
 TEST_F(GearPairGuardsTest, ASecondUpdateThatAListenerStartsIsNamed) {
@@ -107,9 +87,9 @@ TEST_F(GearPairGuardsTest, ASecondUpdateThatAListenerStartsIsNamed) {
 }
 
 TEST(DocumentedGuardsTest, TheUseInTheDocumentIsCompiledAndRuns) {
-  const std::string source = contentsOf(TESSARIL_DOCUMENTED_GUARDS);
+  const std::string source = TestSupport::contentsOf(TESSARIL_DOCUMENTED_GUARDS);
   const std::string mark = "stands in docs/diagnostics.md.\n";
-  EXPECT_EQ(blockOfDocument("#include \"diagnostics/guards/GuardedModule.h\"", "cpp"),
+  EXPECT_EQ(TestSupport::blockOfDocument("#include \"diagnostics/guards/GuardedModule.h\"", "cpp"),
             source.substr(source.find(mark) + mark.size()));
   EXPECT_EQ(buildAndUpdate(std::make_shared<Object>("house"), nullptr), 2u);
   EXPECT_EQ(buildAndUpdate(std::make_shared<Object>("house"),

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <regex>
 #include <sstream>
 
@@ -13,6 +12,7 @@
 #include "examples/gear_pair/application/DesignSession.h"
 #include "examples/gear_pair/application/commands/StepCmdFactory.h"
 #include "reference_platform/command_pattern/WorkerPoolThreadManager.h"
+#include "tests/diagnostics/DocumentBlocks.h"
 #include "tests/diagnostics/run/DocumentedUse.h"
 #include "tests/examples/gear_pair/calculation/TestDesigns.h"
 
@@ -71,32 +71,14 @@ std::string withoutTimes(const std::string& text) {
   return std::regex_replace(text, time, " # s");
 }
 
-std::string contentsOf(const char* path) {
-  std::ifstream file(path);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-/// The fenced block of the document that begins with `line`.
-std::string blockOfDocument(const std::string& line, const std::string& language = {}) {
-  const std::string document = contentsOf(TESSARIL_DIAGNOSTICS_DOCUMENT);
-  const std::string fence = "```" + language + "\n";
-  const std::size_t fenceBegin = document.find(fence + line);
-  if (fenceBegin == std::string::npos) {
-    return "no block begins with: " + line;
-  }
-  const std::size_t begin = fenceBegin + fence.size();
-  return document.substr(begin, document.find("\n```", begin) - begin + 1);
-}
-
 TEST_F(GearPairExplained, TheTableOfAChangedTorqueStandsInTheDocument) {
   session.update();
   session.set("torque=300Nm");
   const std::string estimate = tableOf(explainBefore(range()));
   const std::string table = tableOf(update());
-  EXPECT_EQ(blockOfDocument("First estimate"), estimate);
-  EXPECT_EQ(withoutTimes(blockOfDocument("Update Design up to: Report")), withoutTimes(table))
+  EXPECT_EQ(TestSupport::blockOfDocument("First estimate"), estimate);
+  EXPECT_EQ(withoutTimes(TestSupport::blockOfDocument("Update Design up to: Report")),
+            withoutTimes(table))
       << table;
 }
 
@@ -119,9 +101,9 @@ TEST_F(GearPairExplained, ShowsWhyStrengthRanAndMeshDidNot) {
 }
 
 TEST_F(GearPairExplained, TheUseInTheDocumentIsCompiledAndRuns) {
-  const std::string source = contentsOf(TESSARIL_DOCUMENTED_USE);
+  const std::string source = TestSupport::contentsOf(TESSARIL_DOCUMENTED_USE);
   const std::string mark = "stands in docs/diagnostics.md.\n";
-  EXPECT_EQ(blockOfDocument("#include \"diagnostics/run/CostReport.h\"", "cpp"),
+  EXPECT_EQ(TestSupport::blockOfDocument("#include \"diagnostics/run/CostReport.h\"", "cpp"),
             source.substr(source.find(mark) + mark.size()));
   std::ostringstream out;
   explainUpdate(session.design(), session.design()->start(), session.design()->report(), modules(),
