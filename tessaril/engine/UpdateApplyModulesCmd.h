@@ -30,6 +30,13 @@ struct UndoPasses;
 /// the sub-graphs of end's next modules are auto-applied, whatever their policy answers. A module
 /// on the way to the horizon is passed even if its auto apply leaves it inconsistent.
 ///
+/// The messages of a run: none at its begin; each command gets a clone of them, and what it leaves
+/// takes their place when it has succeeded. Off the way to the end, a module that stays
+/// inconsistent after its auto apply is not passed, unless it always updates, shares resources or
+/// leads to the horizon: what follows it gets the global ones among the messages, as message
+/// commands that are executed at once and undone with the run, and is told that its state may have
+/// changed.
+///
 /// A new command holds modules only as paths relative to the design object, and looks them up anew
 /// for each run. After a run it holds the modules of that run until the next run or its own end. It
 /// asks modules questions and sends notifications, but never changes a module's flags: the modules'
@@ -51,7 +58,8 @@ class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand 
                         std::shared_ptr<ApplyModule> end, std::shared_ptr<ApplyModule> horizon);
   ~UpdateApplyModulesCmd() override;
 
-  /// Undoes the sub-commands of the last run: storage undos from last to first, then all others
+  /// Undoes the sub-commands of the last run (redo() redoes them in the order of their execution,
+  /// and looks at no module): storage undos from last to first, then all others
   /// from first to last. When one throws a std::exception, it is logged, everything undone so far
   /// is executed again and the exception goes on; when that fails as well, the rest stays undone
   /// and the later exception goes on.

@@ -75,6 +75,7 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
 
   /// An additional module is tolerated by isApplyGraphConsistent() and isDependencyGraphInputOk().
   bool isAdditionalModule() const;
+  /// Announces nothing.
   void setAdditionalModule(bool additional);
   /// True for the first module of a side chain.
   bool isStartOfSideChain() const;
@@ -85,7 +86,7 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   ApplyModuleInsertInfo::ApplyGraphInsertMode getInsertMode() const;
 
   // Each writes the insert mode and what it is given; everything else of the insert information
-  // keeps its value. They take effect when ApplyGraph places the module.
+  // keeps its value. They announce nothing, and take effect when ApplyGraph places the module.
 
   void setAddToChainInsertMode(const Identifier& chainId, bool transferChains);
   void setStartSideChainInsertMode(const Identifier& chainId, const Identifier& startChainId);
@@ -93,16 +94,19 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   void setMergeForkInsertMode(const std::vector<Identifier>& mergeChainIds,
                               const Identifier& chainId);
 
-  // Policy questions of the update engine
+  // Policy questions of the update engine, asked on the thread of the update as often as it likes:
+  // answers are quick and have no effects. What one throws goes to whoever runs the update.
 
   /// True if the module needs a full apply. `isEndModule` is true for the last module of an update
   /// and for the module whose isDependencyGraphApplyRequired() is asked. False here.
   virtual bool isApplyNecessary(bool isEndModule) const;
   /// True if a full apply can be made now. False here.
   virtual bool isApplyPossible() const;
-  /// True if the module needs an auto apply even without update messages. True here.
+  /// True if the module needs an auto apply even without update messages. Asked of the start of an
+  /// update and on the way to its end; off it, every module that has a command for it is
+  /// auto-applied unasked. True here.
   virtual bool isAutoApplyNecessary() const;
-  /// True if an auto apply can be made now. True here.
+  /// True if an auto apply can be made now. Asked where the one above is. True here.
   virtual bool isAutoApplyPossible() const;
   /// True if the messages make a full apply necessary. True here unless `info` is empty.
   virtual bool isUpdateInfoRelevant(const ApplyUpdateInfo& info) const;
@@ -114,17 +118,19 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   virtual bool usesSharedResources() const;
   /// For update commands of the application; nothing in the library asks it. False here.
   virtual bool enableDesignSwitch() const;
-  /// How long an apply usually takes. The normal rate here.
+  /// How long an apply usually takes. Here the rate of the record that the module was loaded from;
+  /// the normal one for a new module.
   virtual LegacyProgress::Speed::Rate getSpeedRate() const;
 
-  // Commands. Each is made by the factory; without one the result is null. `object` is the design
-  // object that owns the graph.
+  // Commands. Each is made by the factory, which may answer null; without one the result is null.
+  // `object` is the design object that owns the graph. What the factory throws passes on. An update
+  // asks on its own thread.
 
   /// Replaces the factory; null removes it.
   void setApplyCmdFactory(std::shared_ptr<ApplyCmdFactory> factory);
   bool hasApplyCmdFactory() const;
   virtual std::shared_ptr<CommandBase> createApplyCommand(std::shared_ptr<Object> object);
-  /// `mayRunAlone` is handed on to the factory unchanged.
+  /// `mayRunAlone` is handed on to the factory unchanged; see ApplyCmdFactory.
   virtual std::shared_ptr<CommandBase> createAutoApplyCommand(std::shared_ptr<Object> object,
                                                               bool mayRunAlone);
   /// `flag` is handed on to the factory unchanged and means what the application makes of it; the

@@ -63,6 +63,7 @@ TESSARIL_APPLY_EXPORT unsigned int storedCount(std::size_t count);
 
 }  // namespace NestedRecord
 
+/// One block for the object.
 template <typename T>
 void writeNested(PersistenceArchiver& archiver, const T& object) {
   NestedRecord::write(archiver, T::serialization_register, [&](BaseClassRegister& descriptor) {
@@ -71,6 +72,7 @@ void writeNested(PersistenceArchiver& archiver, const T& object) {
   });
 }
 
+/// Loads `object` from what writeNested() has written.
 template <typename T>
 void readNested(PersistenceArchiver& archiver, T& object) {
   NestedRecord::read(archiver, T::serialization_register, [&](BaseClassRegister& descriptor) {
@@ -91,6 +93,8 @@ void writeContainer(PersistenceArchiver& archiver, const std::vector<T>& element
   });
 }
 
+/// Makes `elements` what writeContainer() has written. Elements that are there already are loaded
+/// over. Throws ArchiveException for a number of elements that the archive cannot hold.
 template <typename T>
 void readContainer(PersistenceArchiver& archiver, std::vector<T>& elements) {
   NestedRecord::read(archiver, T::serialization_register, [&](BaseClassRegister& descriptor) {

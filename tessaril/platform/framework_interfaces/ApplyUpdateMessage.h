@@ -18,7 +18,8 @@ class TESSARIL_PLATFORM_EXPORT ApplyUpdateMessage {
   virtual std::shared_ptr<ApplyUpdateMessage> clone() const = 0;
   /// True when the message carries nothing that would require an update.
   virtual bool isEmpty() const = 0;
-  /// True when the message concerns every following module, not only the next one.
+  /// True when the message concerns every following module, also those behind a module at which an
+  /// update stops applying.
   virtual bool isGlobal() const = 0;
 
  protected:
