@@ -49,6 +49,9 @@ struct UndoPasses;
 /// or suppressed then ends once more, cache included, and announces true. A run that an exception
 /// leaves may neither tell the cache nor announce an end. A second run starts from the queues and
 /// the last executed module that the run before it left.
+///
+/// Choosing commands takes time nearly in proportion to the modules and links that a run meets,
+/// except that each full apply asks every module from its own to the end for its speed rate.
 class TESSARIL_APPLY_EXPORT UpdateApplyModulesCmd : public ThreadedMacroCommand {
  public:
   /// `horizon` may be null. Throws ObjectException when the object, start or end is missing, or

@@ -80,6 +80,8 @@ class TESSARIL_APPLY_EXPORT ApplyModule : public ModuleState {
   /// True for the first module of a side chain.
   bool isStartOfSideChain() const;
 
+  // The insert information; see ApplyModuleInsertInfo.
+
   const Identifier& getChainId() const;
   const Identifier& getStartChainId() const;
   const std::vector<Identifier>& getMergeChainIds() const;
