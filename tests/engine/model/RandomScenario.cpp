@@ -153,7 +153,7 @@ std::uint64_t Dice::next() {
   return mixed ^ (mixed >> 31);
 }
 
-Scenario::Scenario(std::uint64_t seed, const Ingredients& wanted)
+Scenario::Scenario(std::uint64_t seed, const Ingredients& wanted, const ModuleMaker& makeModule)
     : dice(seed),
       moduleCount(wanted.leastModules + dice.below(wanted.mostModules - wanted.leastModules + 1)),
       necessary(wanted.necessary),
@@ -166,7 +166,11 @@ Scenario::Scenario(std::uint64_t seed, const Ingredients& wanted)
       editsLeft(1 + dice.below(8 + moduleCount / 4)),
       dropsLeft(1 + dice.below(3)),
       stopsLeft(1 + dice.below(3)),
-      design([this](const ModuleFactory& factory) { return makeGraph(factory); }) {
+      design([&](const ModuleFactory& makePlain) {
+        return makeGraph(makeModule == nullptr ? makePlain : [&](const std::string& name) {
+          return makeModule(design.log, name);
+        });
+      }) {
   design.log.hear({EventKind::Step, EventKind::Signal, EventKind::Run, EventKind::Error,
                    EventKind::Trace, EventKind::User, EventKind::Question, EventKind::Hook,
                    EventKind::Rate, EventKind::Creation, EventKind::Message, EventKind::UndoType,

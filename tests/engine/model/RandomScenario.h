@@ -66,7 +66,12 @@ class Scenario {
   std::size_t stopsLeft;
 
  public:
-  Scenario(std::uint64_t seed, const Ingredients& wanted);
+  /// Makes a module of the story, a ScriptedModule that writes into the log.
+  using ModuleMaker = std::function<std::shared_ptr<ApplyModule>(TestSupport::EventLog& log,
+                                                                 const std::string& name)>;
+
+  /// Without a maker the modules are plain ScriptedModules.
+  Scenario(std::uint64_t seed, const Ingredients& wanted, const ModuleMaker& makeModule = {});
   Scenario(const Scenario&) = delete;
   Scenario& operator=(const Scenario&) = delete;
 
@@ -186,19 +191,15 @@ void setPreservesState(bool preservesState) {
 /// The graph of that seed, as text, before anything happens.
 std::string graphTextOf(std::uint64_t seed, const Ingredients& ingredients);
 
-/// The story of that seed when the update is an Engine.
+/// What is told of the update that `makeUpdate` makes of the scenario's range.
 template <typename Engine>
-std::string storyOf(std::uint64_t seed, const Ingredients& ingredients) {
-  Scenario scenario(seed, ingredients);
+std::string tellStory(
+    Scenario& scenario,
+    const std::function<std::shared_ptr<TestSupport::ScriptedUpdateOf<Engine>>()>& makeUpdate) {
   setPreservesState<Engine>(scenario.preservesState);
-  TestSupport::ScriptedDesign& design = scenario.design;
   std::shared_ptr<TestSupport::ScriptedUpdateOf<Engine>> update;
   scenario.tell("update from " + scenario.start + " to " + scenario.end + " " + scenario.horizon,
-                [&] {
-                  update = std::make_shared<TestSupport::ScriptedUpdateOf<Engine>>(
-                      design.log, design.root, design.module(scenario.start),
-                      design.module(scenario.end), design.module(scenario.horizon));
-                });
+                [&] { update = makeUpdate(); });
   if (update != nullptr) {
     scenario.direct(*update);
     const auto nameOf = [&](const std::shared_ptr<ApplyModule>& module) {
@@ -221,6 +222,18 @@ std::string storyOf(std::uint64_t seed, const Ingredients& ingredients) {
   }
   setPreservesState<Engine>(true);
   return scenario.story;
+}
+
+/// The story of that seed when the update is an Engine.
+template <typename Engine>
+std::string storyOf(std::uint64_t seed, const Ingredients& ingredients) {
+  Scenario scenario(seed, ingredients);
+  return tellStory<Engine>(scenario, [&scenario] {
+    TestSupport::ScriptedDesign& design = scenario.design;
+    return std::make_shared<TestSupport::ScriptedUpdateOf<Engine>>(
+        design.log, design.root, design.module(scenario.start), design.module(scenario.end),
+        design.module(scenario.horizon));
+  });
 }
 
 }  // namespace Tessaril::RandomRuns
