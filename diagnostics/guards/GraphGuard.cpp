@@ -200,6 +200,7 @@ void GraphGuard::subCommandEnds(const void* update) noexcept {
 
 void GraphGuard::watchLinksOf(const std::shared_ptr<const ApplyModule>& module) {
   const std::lock_guard lock(mutex);
+  std::erase_if(watched, [](const auto& origin) { return origin.expired(); });
   watched.push_back(module);
 }
 
@@ -264,7 +265,8 @@ GraphGuard::Work& GraphGuard::append(Kind kind) {
 std::optional<GraphRule> GraphGuard::ruleOfThread() const {
   const auto thread = std::this_thread::get_id();
   const bool isForeign = std::any_of(works.begin(), works.end(), [thread](const Work& work) {
-    return work.told.kind == Kind::Run && work.thread != thread && work.subCommandThread != thread;
+    const bool ownsGraph = work.told.kind == Kind::Run || work.told.kind == Kind::Hook;
+    return ownsGraph && work.thread != thread && work.subCommandThread != thread;
   });
   return isForeign ? std::optional(GraphRule::OneThread) : std::nullopt;
 }

@@ -23,15 +23,21 @@ namespace Diagnostics {
 
 class LinkImage;
 
-/// Watches over the rules of one graph, or of all graphs of one design, and reports who breaks one.
+/// Watches over the rules of a graph, and reports who breaks one.
+///
+/// One guard serves one graph, or several whose updates do not run in one another: where an update
+/// of one graph is a command of another one's, each graph needs a guard of its own.
 ///
 /// The modules (GuardedModule), updates (GuardedUpdate) and walks (GuardedWalk) of the graph tell
 /// it what they do; it holds what goes on at the moment, and compares. It changes nothing: with a
 /// handler that returns, everything happens as without it.
 ///
 /// What the handler throws leaves the operation that broke the rule, before that operation did
-/// anything, with one exception: an edit is noticed by its hook, when one list has been changed
-/// already, and is left partly done. Thrown in a command, it is a failure of that command.
+/// anything. Edits are found later: one that a hook tells of has changed one list already, and is
+/// left partly done; one that a comparison of links finds is complete, and what is thrown leaves
+/// the step of the run that found it. That may be the announcement of the run's end, which
+/// listeners that connected later do not hear then. Thrown in a command, it is a failure of that
+/// command.
 ///
 /// What cannot be seen from outside:
 /// - at the moment when they are made, edits whose modules are all unguarded, and lists that an

@@ -22,7 +22,8 @@ enum class GraphRule {
   /// One run at a time; no update is undone or redone meanwhile either.
   NoStartDuringRun,
   /// While a run goes on, its graph belongs to the thread that started it, and to the one that
-  /// executes its present sub-command: nobody else asks, notifies, walks or goes on with it.
+  /// executes its present sub-command; while a module's graph hook runs, to the thread of the edit.
+  /// Nobody else asks, notifies or walks, or goes on with the run.
   OneThread,
 };
 

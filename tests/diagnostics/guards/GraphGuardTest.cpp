@@ -153,6 +153,28 @@ TEST_F(GraphGuardTest, AHookThatEditsIsNamed) {
             "onApplyGraphChanged of a module without a name was called on thread 1");
 }
 
+// The lists are in motion then. On the edit's own thread what the hook asks is its own affair.
+TEST_F(GraphGuardTest, AnotherThreadThatWalksOrAsksDuringAnEditIsNamed) {
+  GuardedDesign design(guard, "A -> B; C");
+  const auto edited = makeGuardedModule<TestModule>(guard, "edited");
+  edited->whenGraphChanges = [&](TestModule& module) {
+    module.whenGraphChanges = nullptr;
+    std::thread([&] {
+      design["A"].isConsistent();
+      const GuardedWalk walk(guard, "counting");
+    }).join();
+  };
+  ApplyGraph::insert(edited, design.module("B"), nullptr, false);
+  const auto found = violations.take();
+  ASSERT_EQ(found.size(), 2u);
+  EXPECT_EQ(found[0].rule, GraphRule::OneThread);
+  EXPECT_EQ(found[0].text,
+            "one thread: isConsistent of /A was called on thread 2 while onApplyGraphChanged of a "
+            "module without a name was called on thread 1");
+  EXPECT_EQ(found[1].rule, GraphRule::OneThread);
+  EXPECT_EQ(found[1].operation, "counting");
+}
+
 TEST_F(GraphGuardTest, AHookThatAsksBreaksNoRule) {
   const auto edited = makeGuardedModule<TestModule>(guard, "edited");
   const auto before = makeGuardedModule<TestModule>(guard, "before");
