@@ -143,25 +143,42 @@ function(use_through_pkgconfig prefix)
   expect_output("${update_output}" "${WORK_DIR}/through_pkgconfig")
 endfunction()
 
-# The project in the NUMBERth CMake block of the guide, with all that it names beside it.
-function(build_documented_project number)
-  file(READ "${SOURCE_DIR}/docs/connecting_services.md" text)
+# The NUMBERth CMake block of a document.
+function(extract_project document number project)
+  file(READ "${SOURCE_DIR}/${document}" text)
   foreach(block RANGE 1 ${number})
     string(FIND "${text}" "```cmake\n" begin)
     if(begin EQUAL -1)
-      fail("The guide has no CMake block ${number}")
+      fail("${document} has no CMake block ${number}")
     endif()
     math(EXPR begin "${begin} + 9")
     string(SUBSTRING "${text}" ${begin} -1 text)
   endforeach()
   string(FIND "${text}" "```" end)
   string(SUBSTRING "${text}" 0 ${end} text)
-  file(WRITE "${WORK_DIR}/design/CMakeLists.txt" "${text}")
+  file(WRITE "${WORK_DIR}/${project}/CMakeLists.txt" "${text}")
+endfunction()
+
+# The project in the NUMBERth CMake block of the guide, with all that it names beside it.
+function(build_documented_project number)
+  extract_project(docs/connecting_services.md ${number} design)
   file(COPY_FILE "${WORK_DIR}/update.cpp" "${WORK_DIR}/design/main.cpp")
   file(CREATE_LINK "${here}/workshop" "${WORK_DIR}/design/workshop" SYMBOLIC)
   file(CREATE_LINK "${SOURCE_DIR}" "${WORK_DIR}/design/tessaril" SYMBOLIC)
   configure("${WORK_DIR}/design" design/built)
   build(design/built ${ARGN})
+endfunction()
+
+# The module that a guide builds up, with the project that it shows for it.
+function(build_documented_module)
+  set(document "-DDOCUMENT=${SOURCE_DIR}/docs/writing_a_module.md")
+  extract_project(docs/writing_a_module.md 1 shelf)
+  run("${CMAKE_COMMAND}" "${document}" "-DPROGRAM=${WORK_DIR}/shelf/shelf.cpp" -DALL_BLOCKS=ON -P
+      "${SOURCE_DIR}/tests/docs/ExtractProgram.cmake")
+  configure("${WORK_DIR}/shelf" shelf/built)
+  build(shelf/built)
+  run("${CMAKE_COMMAND}" "${document}" "-DPROGRAM=${WORK_DIR}/shelf/built/shelf" -DALL_BLOCKS=ON -P
+      "${SOURCE_DIR}/tests/docs/RunProgram.cmake")
 endfunction()
 
 # A field of a package that cpack has made, whose file the variable of its name tells from now on.
@@ -192,6 +209,7 @@ if(KIND STREQUAL "shared")
   use_through_cmake("moved installed")
   use_diagnostics("moved installed")
   use_through_pkgconfig("moved installed")
+  build_documented_module()
 
 elseif(KIND STREQUAL "static")
   build_library(library -DBUILD_SHARED_LIBS=OFF)
