@@ -88,7 +88,12 @@ function(tessaril_install_pkgconfig name component)
     COMPONENT ${component}_development)
 endfunction()
 
-# The declarations of the services, ours or the host's, are headers of the library.
+# The declarations of the services, ours or the host's, are headers of the library, but for those that
+# our own services implement: the reference platform can be used by itself.
+set(declarations_component apply_development)
+if(has_reference_platform)
+  set(declarations_component reference_platform_development)
+endif()
 set(platform_dir "${PROJECT_SOURCE_DIR}/tessaril/platform")
 if(TESSARIL_PLATFORM_DIR)
   get_filename_component(platform_dir "${TESSARIL_PLATFORM_DIR}" ABSOLUTE BASE_DIR
@@ -97,7 +102,7 @@ endif()
 install(
   DIRECTORY "${platform_dir}/"
   DESTINATION "${include_root}/tessaril/platform"
-  COMPONENT apply_development
+  COMPONENT ${declarations_component}
   FILES_MATCHING
   REGEX "\\.(h|hh|hpp|hxx|inl|ipp)$")
 tessaril_install_headers(tessaril apply_development ${apply_headers})

@@ -97,12 +97,19 @@ tessaril_package(
   "graphs of design steps - development files"
   "Headers, CMake package, pkg-config file and the conformance tests for services
 of one's own.")
+# The conformance tests.
+set(CPACK_DEBIAN_APPLY_DEVELOPMENT_PACKAGE_SUGGESTS "libgmock-dev, libgtest-dev")
 
+set(inspect_depends "")
+if(TESSARIL_LIBRARY_TYPE STREQUAL "SHARED")
+  set(inspect_depends "libtessaril-apply1 (= ${debian_version})" "${apply_depends}")
+endif()
 if(TARGET tessaril_diagnostics)
   set(diagnostics_depends "libtessaril-apply-dev (= ${debian_version}), nlohmann-json3-dev")
   get_target_property(diagnostics_type tessaril_diagnostics TYPE)
   if(diagnostics_type STREQUAL "SHARED_LIBRARY")
     string(APPEND diagnostics_depends ", libtessaril-diagnostics1 (= ${debian_version})")
+    list(APPEND inspect_depends "libtessaril-diagnostics1 (= ${debian_version})")
     tessaril_package_library(
       diagnostics_runtime libtessaril-diagnostics1 "libtessaril-apply1 (= ${debian_version})"
       "diagnostics of graphs of design steps"
@@ -112,15 +119,15 @@ if(TARGET tessaril_diagnostics)
     diagnostics_development libtessaril-diagnostics-dev libdevel "${diagnostics_depends}"
     "diagnostics of graphs of design steps - development files"
     "Checks, explains, draws and measures graphs, their updates and saved designs.")
+  # Draws the pictures.
+  set(CPACK_DEBIAN_DIAGNOSTICS_DEVELOPMENT_PACKAGE_RECOMMENDS graphviz)
 endif()
 if(TARGET tessaril_inspect)
-  set(inspect_depends "")
-  if(TESSARIL_LIBRARY_TYPE STREQUAL "SHARED")
-    set(inspect_depends "libtessaril-apply1 (= ${debian_version}), ${apply_depends}")
-  endif()
+  list(JOIN inspect_depends ", " inspect_depends)
   tessaril_package(
     inspect tessaril-inspect devel "${inspect_depends}" "looks at saved designs"
     "Lists, checks, draws and compares the designs that Tessaril's archives hold.")
+  set(CPACK_DEBIAN_INSPECT_PACKAGE_RECOMMENDS graphviz)
 endif()
 
 include(CPack)

@@ -12,6 +12,7 @@ cmake_minimum_required(VERSION 3.25)
 set(here "${CMAKE_CURRENT_LIST_DIR}")
 set(update_output "Update Design up to: Apply roof: 9, 1\nundone: 0, 0\n")
 set(snapshot_output "/mesh (Step)\n/parts (Step)\n")
+set(services_output "Drehmoment\nrefused\n")
 set(stored_output "requirements -> parts -> mesh (frozen)\n")
 
 function(fail why)
@@ -57,6 +58,23 @@ function(configure source build)
       # Nothing that happens to be installed on this machine.
       -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF
       ${ARGN})
+endfunction()
+
+# Configuring `source` with these arguments fails, and says `words`.
+function(expect_refused source words)
+  execute_process(
+    COMMAND "${CMAKE_COMMAND}" -S "${source}" -B "${WORK_DIR}/refused" -G Ninja
+            "-DCMAKE_CXX_COMPILER=${COMPILER}" ${ARGN}
+    WORKING_DIRECTORY "${WORK_DIR}"
+    RESULT_VARIABLE result
+    OUTPUT_QUIET
+    ERROR_VARIABLE complained)
+  string(REGEX REPLACE "[ \n]+" " " complained "${complained}")
+  string(FIND "${complained}" "${words}" found)
+  if(result EQUAL 0 OR found EQUAL -1)
+    fail("${ARGN} ended with ${result} and without \"${words}\":\n${complained}")
+  endif()
+  file(REMOVE_RECURSE "${WORK_DIR}/refused")
 endfunction()
 
 function(build tree)
@@ -118,7 +136,7 @@ function(use_through_cmake prefix)
   expect_output("${update_output}" "${WORK_DIR}/application/update")
   expect_output("${stored_output}" "${WORK_DIR}/application/stored")
   if(NOT KIND MATCHES "foreign")
-    expect_output("Drehmoment\nrefused\n" "${WORK_DIR}/application/reference_services")
+    expect_output("${services_output}" "${WORK_DIR}/application/reference_services")
   endif()
 endfunction()
 
@@ -126,21 +144,38 @@ endfunction()
 function(use_diagnostics prefix)
   if(HAS_DIAGNOSTICS)
     expect_output("${snapshot_output}" "${WORK_DIR}/application/snapshot")
+    # Whoever can do without the diagnostics can do without what they need.
+    configure("${here}/application" without_json "-DUPDATE_PROGRAM=${WORK_DIR}/update.cpp"
+              -DCMAKE_DISABLE_FIND_PACKAGE_nlohmann_json=ON)
   endif()
   if(HAS_INSPECT)
     run("${WORK_DIR}/${prefix}/bin/tessaril-inspect" --help)
   endif()
 endfunction()
 
-function(use_through_pkgconfig prefix)
-  file(GLOB_RECURSE descriptions "${WORK_DIR}/${prefix}/*/tessaril-apply.pc")
-  get_filename_component(directory "${descriptions}" DIRECTORY)
-  get_filename_component(libraries "${directory}" DIRECTORY)
+# From now on pkg-config looks where that package has been installed.
+function(find_pkgconfig prefix package)
+  file(GLOB_RECURSE description "${WORK_DIR}/${prefix}/*/${package}.pc")
+  get_filename_component(directory "${description}" DIRECTORY)
   set(ENV{PKG_CONFIG_PATH} "${directory}")
-  run(pkg-config --cflags --libs tessaril-apply)
+endfunction()
+
+function(use_through_pkgconfig prefix)
+  find_pkgconfig("${prefix}" tessaril-apply)
+  expect_program("${update_output}" tessaril-apply "${WORK_DIR}/update.cpp")
+  expect_program("${stored_output}" tessaril-apply "${here}/application/stored.cpp")
+  if(EXISTS "$ENV{PKG_CONFIG_PATH}/tessaril-diagnostics.pc")
+    expect_program("${snapshot_output}" tessaril-diagnostics "${here}/application/snapshot.cpp")
+  endif()
+endfunction()
+
+# A program of one source file, built with what pkg-config says of a package.
+function(expect_program expected package source)
+  run(pkg-config --cflags --libs ${package})
   separate_arguments(flags UNIX_COMMAND "${output}")
-  run("${COMPILER}" -std=c++20 -o through_pkgconfig update.cpp ${flags} "-Wl,-rpath,${libraries}")
-  expect_output("${update_output}" "${WORK_DIR}/through_pkgconfig")
+  get_filename_component(libraries "$ENV{PKG_CONFIG_PATH}" DIRECTORY)
+  run("${COMPILER}" -std=c++20 -o through_pkgconfig "${source}" ${flags} "-Wl,-rpath,${libraries}")
+  expect_output("${expected}" "${WORK_DIR}/through_pkgconfig")
 endfunction()
 
 # The NUMBERth CMake block of a document.
@@ -212,12 +247,19 @@ if(KIND STREQUAL "shared")
   build_documented_module()
 
 elseif(KIND STREQUAL "static")
-  build_library(library -DBUILD_SHARED_LIBS=OFF)
+  build_library(library -DBUILD_SHARED_LIBS=OFF "-DTESSARIL_BUILD_DIAGNOSTICS=${HAS_DIAGNOSTICS}")
   install("${WORK_DIR}/library" installed)
   expect_relocatable(installed)
   move(installed)
   use_through_cmake("moved installed")
+  use_diagnostics("moved installed")
   use_through_pkgconfig("moved installed")
+
+elseif(KIND STREQUAL "mistakes")
+  expect_refused("${SOURCE_DIR}" "TESSARIL_PLATFORM_TARGET has to name the target"
+                 "-DTESSARIL_PLATFORM_DIR=${here}/workshop/declarations")
+  expect_refused("${SOURCE_DIR}" "does not hold command_pattern/CommandBase.h"
+                 -DTESSARIL_PLATFORM_DIR=no/such/directory -DTESSARIL_PLATFORM_TARGET=Workshop::Services)
 
 elseif(KIND STREQUAL "foreign_services")
   # The host's services are a package of their own, which the library's package names.
@@ -254,6 +296,13 @@ elseif(KIND STREQUAL "debian")
   expect_field(libtessaril-apply-dev Depends
                "libtessaril-apply1 \\(= .*libtessaril-reference-platform-dev \\(= ")
   expect_field(libtessaril-reference-platform-dev Depends "libtessaril-reference-platform1 \\(= ")
+  # The services can do without the library.
+  foreach(package IN ITEMS libtessaril-reference-platform1 libtessaril-reference-platform-dev)
+    run(dpkg-deb --extract "${${package}}" services)
+  endforeach()
+  find_pkgconfig(services tessaril-reference-platform)
+  expect_program("${services_output}" tessaril-reference-platform
+                 "${here}/application/reference_services.cpp")
   # The library alone is no place for what is needed to build with it.
   run(dpkg-deb --contents "${libtessaril-apply1}")
   if(output MATCHES "include|cmake|\\.so\n")
@@ -265,6 +314,12 @@ elseif(KIND STREQUAL "debian")
   if(HAS_INSPECT)
     expect_field(tessaril-inspect Depends
                  "libtessaril-apply1 \\(= .*libtessaril-reference-platform1 \\(= ")
+    expect_field(tessaril-inspect Recommends "^graphviz\n$")
+    file(GLOB shared_diagnostics "${WORK_DIR}/packages/libtessaril-diagnostics1_*.deb")
+    if(shared_diagnostics)
+      expect_field(libtessaril-diagnostics1 Depends "libtessaril-apply1 \\(= ")
+      expect_field(tessaril-inspect Depends "libtessaril-diagnostics1 \\(= ")
+    endif()
   endif()
   foreach(package IN LISTS packages)
     run(dpkg-deb --extract "${${package}}" installed)
