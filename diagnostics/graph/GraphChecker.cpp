@@ -1,10 +1,8 @@
 #include "diagnostics/graph/GraphChecker.h"
 
-#include <algorithm>
-
 #include "diagnostics/graph/checks/ChainChecks.h"
 #include "diagnostics/graph/checks/LinkChecks.h"
-#include "diagnostics/graph/checks/LinkTable.h"
+#include "diagnostics/graph/links/LinkTable.h"
 
 namespace Tessaril::Diagnostics {
 
@@ -15,10 +13,7 @@ std::vector<GraphFinding> checkGraph(const GraphSnapshot& snapshot) {
   checkRecords(snapshot, table, findings);
   checkRoots(snapshot, table, findings);
   checkChains(snapshot, findings);
-  std::stable_sort(
-      findings.begin(), findings.end(), [](const GraphFinding& one, const GraphFinding& other) {
-        return std::pair(one.severity, one.kind) < std::pair(other.severity, other.kind);
-      });
+  sortFindings(findings);
   return findings;
 }
 

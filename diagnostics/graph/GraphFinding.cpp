@@ -1,8 +1,18 @@
 #include "diagnostics/graph/GraphFinding.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "diagnostics/graph/ChainNames.h"
 
 namespace Tessaril::Diagnostics {
+
+void sortFindings(std::vector<GraphFinding>& findings) {
+  std::stable_sort(
+      findings.begin(), findings.end(), [](const GraphFinding& one, const GraphFinding& other) {
+        return std::pair(one.severity, one.kind) < std::pair(other.severity, other.kind);
+      });
+}
 
 std::string severityName(FindingSeverity severity) {
   switch (severity) {

@@ -49,16 +49,21 @@ enum class FindingKind {
 struct GraphFinding {
   FindingKind kind = FindingKind::Cycle;
   FindingSeverity severity = FindingSeverity::Error;
-  /// Indices into the snapshot, the one that the sentence is about first. A cycle's modules stand
-  /// in their order, the first not repeated at the end.
+  /// Indices into the snapshot, what the sentence is about first. A cycle's modules stand in their
+  /// order, the first not repeated at the end.
   std::vector<std::size_t> modules;
   /// The chains that the sentence names.
   std::vector<Identifier> chains;
-  /// One line: one sentence or two.
+  /// One line of UTF-8: one sentence or two. Of many modules it names a few; what a line cannot
+  /// show of their names is replaced.
   std::string text;
 
   friend bool operator==(const GraphFinding&, const GraphFinding&) = default;
 };
+
+/// Errors first, then warnings, then remarks; within each in the order of FindingKind, and else as
+/// they were.
+void sortFindings(std::vector<GraphFinding>& findings);
 
 /// "error", "warning", "remark".
 std::string severityName(FindingSeverity severity);

@@ -93,8 +93,8 @@ using ModuleNaming = std::function<std::string(const ApplyModule&)>;
 /// object outside of any tree, its own name, else "module 3", counted from 1 in the order of the
 /// snapshot. A name that is taken gets " (2)" behind it.
 ///
-/// Asks the modules for their flags, and calls nothing else of theirs but getSpeedRate(). Linear in
-/// the modules and entries. On the graph's thread, as any walk.
+/// Asks the modules for their flags, and calls nothing else of theirs but getSpeedRate(); passes on
+/// what these throw. Linear in the modules and entries. On the graph's thread, as any walk.
 GraphSnapshot snapshotOf(const std::vector<std::shared_ptr<const ApplyModule>>& modules,
                          const ModuleNaming& naming = {});
 

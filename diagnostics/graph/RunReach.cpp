@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <optional>
 #include <stdexcept>
 
-#include "diagnostics/graph/checks/Cycles.h"
-#include "diagnostics/graph/checks/LinkTable.h"
 #include "diagnostics/graph/checks/Wording.h"
+#include "diagnostics/graph/links/Cycles.h"
+#include "diagnostics/graph/links/LinkTable.h"
 
 // How far an update gets:
 //
@@ -26,26 +27,6 @@ namespace Tessaril::Diagnostics {
 namespace {
 
 using Marks = std::vector<bool>;
-
-/// The live entries of all lists, each neighbour once, in list order.
-Adjacency neighboursOf(const GraphSnapshot& snapshot,
-                       std::vector<SnapshotLink> SnapshotModule::*list) {
-  const std::size_t count = snapshot.modules.size();
-  Adjacency neighbours(count);
-  std::vector<std::size_t> lastSeenBy(count, count);
-  for (std::size_t index = 0; index < count; ++index) {
-    if (!snapshot.modules[index].exists) {
-      continue;
-    }
-    for (const SnapshotLink& entry : snapshot.modules[index].*list) {
-      if (isLive(snapshot, entry) && lastSeenBy[*entry.module] != index) {
-        lastSeenBy[*entry.module] = index;
-        neighbours[index].push_back(*entry.module);
-      }
-    }
-  }
-  return neighbours;
-}
 
 /// `origin` and all that it leads to; through `stop`, unless it is the origin, nothing.
 Marks gather(const Adjacency& neighbours, std::size_t origin, std::optional<std::size_t> stop) {
@@ -326,31 +307,21 @@ FindingSeverity severityOf(const ModuleReach& reach) {
   return FindingSeverity::Remark;
 }
 
-/// Says why, of a module that is not on the way.
+/// Says why, of modules that are not on the way.
 class ReasonText {
  public:
   ReasonText(const GraphSnapshot& graph, std::size_t startIndex, std::size_t endIndex)
       : snapshot(graph), start(nameOf(graph, startIndex)), end(nameOf(graph, endIndex)) {}
 
   std::string of(std::size_t module, const ModuleReach& reach) const {
-    const std::string& name = nameOf(snapshot, module);
+    const std::string name = nameOf(snapshot, module);
     const std::string reasons = listed(snapshot, reach.because);
     const bool isOneReason = reach.because.size() == 1;
     switch (reach.reach) {
-      case RunReach::OnTheWay:
-        return name + " is on the way.";
-      case RunReach::OffTheWay:
-        return name + " is off the way: " + end +
-               " does not depend on it. It is auto-applied at most.";
-      case RunReach::BehindEnd:
-        return name + " is behind the end, " + end + ". It is auto-applied at most.";
-      case RunReach::BeforeStart:
-        return name + " is before the start, " + start + ": its results are taken as they are.";
       case RunReach::NotBehindStart:
         return name + " is not behind the start, " + start + ": " +
-               (reach.because.empty() ? "it follows nothing" : "it follows only " + reasons) + "." +
-               (reach.isNeeded ? " " + end + " depends on it and takes its results as they are."
-                               : "");
+               (reach.because.empty() ? "it follows nothing" : "it follows only " + reasons) +
+               ". " + end + " depends on it and takes its results as they are.";
       case RunReach::OnCycle:
         return name + " is on a circle: it waits for " +
                (isOneReason && reach.because.front() == module
@@ -363,15 +334,50 @@ class ReasonText {
                " or before that.";
       case RunReach::Missing:
         return name + " does not exist; there is only a record of it.";
+      case RunReach::OnTheWay:
+      case RunReach::OffTheWay:
+      case RunReach::BehindEnd:
+      case RunReach::BeforeStart:
+        return ofAll({module}, reach.reach);
     }
     return {};
   }
 
+  /// Of modules that all lie in one place and that the end does not miss.
+  std::string ofAll(const std::vector<std::size_t>& modules, RunReach reach) const {
+    const bool isOne = modules.size() == 1;
+    const std::string names = listed(snapshot, modules) + (isOne ? " is " : " are ");
+    const std::string autoApplied =
+        isOne ? "It is auto-applied at most." : "They are auto-applied at most.";
+    const std::string them = isOne ? "it" : "them";
+    switch (reach) {
+      case RunReach::OffTheWay:
+        return names + "off the way: " + end + " does not depend on " + them + ". " + autoApplied;
+      case RunReach::BehindEnd:
+        return names + "behind the end, " + end + ". " + autoApplied;
+      case RunReach::BeforeStart:
+        return names + "before the start, " + start + ": " + (isOne ? "its" : "their") +
+               " results are taken as they are.";
+      case RunReach::NotBehindStart:
+        return names + "not behind the start, " + start + "; " + end + " does not depend on " +
+               them + ".";
+      default:
+        return names + reachName(reach) + ".";
+    }
+  }
+
  private:
   const GraphSnapshot& snapshot;
-  const std::string& start;
-  const std::string& end;
+  const std::string start;
+  const std::string end;
 };
+
+GraphFinding findingOf(std::size_t module, const ModuleReach& reach, const ReasonText& reason) {
+  GraphFinding finding{
+      FindingKind::NotReached, severityOf(reach), {module}, {}, reason.of(module, reach)};
+  finding.modules.insert(finding.modules.end(), reach.because.begin(), reach.because.end());
+  return finding;
+}
 
 }  // namespace
 
@@ -412,28 +418,34 @@ std::vector<GraphFinding> checkRun(const GraphSnapshot& snapshot, std::size_t st
   const std::vector<ModuleReach> reaches = runReach(snapshot, start, end);
   const ReasonText reason(snapshot, start, end);
   std::vector<GraphFinding> findings;
+  std::map<RunReach, std::vector<std::size_t>> unremarkable;
   for (std::size_t module = 0; module < reaches.size(); ++module) {
     const ModuleReach& reach = reaches[module];
     if (reach.reach == RunReach::OnTheWay) {
       continue;
     }
-    const bool isEnd = module == end;
-    GraphFinding finding{isEnd ? FindingKind::EndNotReached : FindingKind::NotReached,
-                         isEnd ? FindingSeverity::Error : severityOf(reach),
-                         {module},
-                         {},
-                         reason.of(module, reach)};
-    if (isEnd) {
+    if (module == end) {
+      GraphFinding finding = findingOf(module, reach, reason);
+      finding.kind = FindingKind::EndNotReached;
+      finding.severity = FindingSeverity::Error;
       finding.text =
           "an update from " + nameOf(snapshot, start) + " does not get to its end: " + finding.text;
+      findings.push_back(std::move(finding));
+    } else if (severityOf(reach) == FindingSeverity::Remark) {
+      unremarkable[reach.reach].push_back(module);
+    } else {
+      findings.push_back(findingOf(module, reach, reason));
     }
-    finding.modules.insert(finding.modules.end(), reach.because.begin(), reach.because.end());
-    findings.push_back(std::move(finding));
   }
-  std::stable_sort(
-      findings.begin(), findings.end(), [](const GraphFinding& one, const GraphFinding& other) {
-        return std::pair(one.severity, one.kind) < std::pair(other.severity, other.kind);
-      });
+  for (auto& [place, modules] : unremarkable) {
+    std::string text = reason.ofAll(modules, place);
+    findings.push_back({FindingKind::NotReached,
+                        FindingSeverity::Remark,
+                        std::move(modules),
+                        {},
+                        std::move(text)});
+  }
+  sortFindings(findings);
   return findings;
 }
 

@@ -49,18 +49,19 @@ struct ModuleReach {
 /// One for each module, in the order of the snapshot, by the links alone: what modules answer to an
 /// update's questions decides what is done to those that are reached.
 ///
-/// On the way to the end it is exactly the modules that an update visits. Off the way an update may
-/// get past a cycle from the one side chain and not from another; what waits for a cycle there
-/// counts as behind it. Linear. Throws std::out_of_range for an index that the snapshot does not
-/// have.
+/// On the way to the end it is exactly the modules that an update visits, as long as every link is
+/// known to both its ends: over a next entry alone, an auto apply off the way may get onto the way
+/// before its turn. Off the way an update may get past a cycle from the one side chain and not from
+/// another; what waits for a cycle there counts as behind it. Linear. Throws std::out_of_range for
+/// an index that the snapshot does not have.
 std::vector<ModuleReach> runReach(const GraphSnapshot& snapshot, std::size_t start,
                                   std::size_t end);
 
-/// A finding for each module that such an update never applies, with the reason, ordered like those
-/// of checkGraph(). That the end itself is not reached is an error, and so is any module on a
-/// cycle, behind one, behind a broken link or missing. A module that is neither behind the start
-/// nor before it is a warning where the end depends on it all the same; everything else is a
-/// remark.
+/// What such an update never applies, with the reason, ordered by sortFindings(). That the end
+/// itself is not reached is an error, and so is any module on a cycle, behind one, behind a broken
+/// link or missing. A module that is neither behind the start nor before it is a warning where the
+/// end depends on it all the same. Each of these has a finding of its own; the others, which such
+/// an update passes by as it should, share a remark for each place in which they lie.
 std::vector<GraphFinding> checkRun(const GraphSnapshot& snapshot, std::size_t start,
                                    std::size_t end);
 

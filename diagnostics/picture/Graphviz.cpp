@@ -8,9 +8,12 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <locale>
 #include <memory>
+#include <sstream>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 extern char** environ;  // NOLINT(readability-redundant-declaration)
 
@@ -77,10 +80,13 @@ class FileActions {
   posix_spawn_file_actions_t actions;
 };
 
-pid_t start(const std::string& program, const FileActions& files) {
-  std::string name = program;
-  std::string format = "-Tsvg";
-  std::array<char*, 3> arguments{name.data(), format.data(), nullptr};
+pid_t start(std::vector<std::string> commandLine, const FileActions& files) {
+  const std::string program = commandLine.front();
+  std::vector<char*> arguments;
+  for (std::string& argument : commandLine) {
+    arguments.push_back(argument.data());
+  }
+  arguments.push_back(nullptr);
   pid_t process = 0;
   const int code =
       posix_spawnp(&process, program.c_str(), files.get(), nullptr, arguments.data(), environ);
@@ -112,9 +118,9 @@ std::string onOneLine(std::string text) {
   return text;
 }
 
-}  // namespace
-
-std::string svgOfDot(const std::string& dotText, const std::string& program) {
+/// What the process writes for `dotText`, in the formats that its options ask for, one behind the
+/// other; SVG among them.
+std::string outputOf(const std::string& dotText, const std::vector<std::string>& commandLine) {
   TemporaryFile input;
   TemporaryFile output;
   TemporaryFile errors;
@@ -123,15 +129,48 @@ std::string svgOfDot(const std::string& dotText, const std::string& program) {
   files.connect(input, STDIN_FILENO);
   files.connect(output, STDOUT_FILENO);
   files.connect(errors, STDERR_FILENO);
-  const int exitCode = exitCodeOf(start(program, files));
+  const int exitCode = exitCodeOf(start(commandLine, files));
   const std::string complaint = onOneLine(errors.read());
-  std::string svg = output.read();
-  if (exitCode != 0 || svg.find("</svg>") == std::string::npos) {
-    throw PictureError("Graphviz's program \"" + program + "\" made no picture (exit code " +
-                       std::to_string(exitCode) + ")" +
+  std::string text = output.read();
+  if (exitCode != 0 || text.find("</svg>") == std::string::npos) {
+    throw PictureError("Graphviz's program \"" + commandLine.front() +
+                       "\" made no picture (exit code " + std::to_string(exitCode) + ")" +
                        (complaint.empty() ? std::string() : ": " + complaint));
   }
-  return svg;
+  return text;
+}
+
+/// From the lines "node m1 0.5 1.25 ..." of Graphviz's plain format.
+std::map<std::string, double> nodesFromLeftIn(const std::string& plain) {
+  std::map<std::string, double> nodes;
+  std::istringstream lines(plain);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream words(line);
+    words.imbue(std::locale::classic());
+    std::string kind;
+    std::string name;
+    double fromLeft = 0.0;
+    if (words >> kind >> name >> fromLeft && kind == "node") {
+      nodes.emplace(name, fromLeft);
+    }
+  }
+  return nodes;
+}
+
+}  // namespace
+
+std::string svgOfDot(const std::string& dotText, const std::string& program) {
+  return outputOf(dotText, {program, "-Tsvg"});
+}
+
+LaidOutPicture layOut(const std::string& dotText, const std::string& program) {
+  const std::string output = outputOf(dotText, {program, "-Tplain", "-Tsvg"});
+  constexpr std::string_view kEndOfPlain = "\nstop\n";
+  const std::size_t end = output.find(kEndOfPlain);
+  if (end == std::string::npos) {
+    return {output, {}};
+  }
+  return {output.substr(end + kEndOfPlain.size()), nodesFromLeftIn(output.substr(0, end))};
 }
 
 }  // namespace Tessaril::Diagnostics

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -16,5 +17,14 @@ class PictureError : public std::runtime_error {
 /// Throws PictureError when the program cannot be started or does not accept the text. On any
 /// thread; waits for the process.
 std::string svgOfDot(const std::string& dotText, const std::string& program = "dot");
+
+struct LaidOutPicture {
+  std::string svg;
+  /// How far from the left the middle of each node lies, by the node's name, in inches.
+  std::map<std::string, double> nodesFromLeft;
+};
+
+/// The same, and where the nodes have come to lie.
+LaidOutPicture layOut(const std::string& dotText, const std::string& program = "dot");
 
 }  // namespace Tessaril::Diagnostics

@@ -81,7 +81,9 @@ std::string sampleCell(const Explanation& entry, const PictureStyle& style) {
     return cellMarkup(sampleBoxOf({entry.sign}, style));
   }
   const std::string chip = chipOf(entry.sign, style);
-  return chip.empty() ? cellMarkup(sampleOf(entry, style)) : chip;
+  // A table fills the cell that it stands in, but for the padding: so all chips are of one height.
+  return chip.empty() ? cellMarkup(sampleOf(entry, style))
+                      : cellMarkup(tableMarkup(rowMarkup(chip)), R"(CELLPADDING="3")");
 }
 
 /// The sample, and what it means. A word on a module says itself what it means.

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <utility>
 
-#include "diagnostics/picture/DisplayNames.h"
+#include "diagnostics/graph/DisplayText.h"
 #include "diagnostics/run/TextTable.h"
 
 namespace Tessaril::Diagnostics {
@@ -104,7 +104,7 @@ std::string barRow(const RunMark& mark, Microseconds longest, const PictureStyle
   if (!mark.duration || longest <= Microseconds{0.0}) {
     return {};
   }
-  return rowMarkup(cellMarkup(barOf(*mark.duration / longest, style.longestBar)));
+  return rowMarkup(cellMarkup(barOf(*mark.duration / longest, style.longestBar), R"(HEIGHT="7")"));
 }
 
 std::string runRows(const RunMark& mark, Microseconds longest, const PictureStyle& style) {
@@ -192,7 +192,8 @@ std::string box(std::string_view content, const Signs& signs, std::string_view s
   const std::string sides = barSidesOf(signs);
   const std::string bars = sides.empty() ? std::string()
                                          : attribute("BORDER", "3") + attribute("SIDES", sides) +
-                                               attribute("COLOR", Colours::kMainLine);
+                                               attribute("COLOR", Colours::kMainLine) +
+                                               attribute("CELLPADDING", "4");
   return "<TABLE " + attribute("BORDER", fill.outlineWidth) + attribute("CELLBORDER", "0") +
          attribute("CELLSPACING", "3") + attribute("CELLPADDING", "1") +
          attribute("STYLE", isBroken ? "ROUNDED,DASHED" : "ROUNDED") +

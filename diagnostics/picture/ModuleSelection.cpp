@@ -28,7 +28,7 @@ ModuleSelection reachedFrom(const GraphSnapshot& snapshot, std::size_t module, L
     std::vector<std::size_t> next;
     for (const std::size_t from : frontier) {
       for (const SnapshotLink& link : snapshot.modules[from].*links) {
-        if (link.module && !reached[*link.module]) {
+        if (link.module && !reached.at(*link.module)) {
           reached[*link.module] = true;
           next.push_back(*link.module);
         }

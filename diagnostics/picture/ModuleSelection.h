@@ -16,8 +16,8 @@ ModuleSelection modulesOfChain(const GraphSnapshot& snapshot, const Identifier& 
 
 // The walks follow entries that are not dead: to ancestors along previous entries, to followers
 // along next entries, as an update does. A one-sided link leads in one direction only. Each is
-// linear in the modules and entries reached; an index that the snapshot does not have throws
-// std::out_of_range.
+// linear in the modules and entries reached; an index that the snapshot does not have, in an entry
+// as well, throws std::out_of_range.
 
 /// The module and everything it is computed from, at most `depth` steps away where that is given.
 ModuleSelection ancestorsOf(const GraphSnapshot& snapshot, std::size_t module,

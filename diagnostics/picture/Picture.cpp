@@ -1,8 +1,10 @@
 #include "diagnostics/picture/Picture.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "diagnostics/graph/ChainNames.h"
+#include "diagnostics/graph/DisplayText.h"
 #include "diagnostics/picture/DisplayNames.h"
 #include "diagnostics/picture/DotText.h"
 #include "diagnostics/picture/Legend.h"
@@ -16,6 +18,8 @@ namespace Tessaril::Diagnostics {
 namespace {
 
 constexpr std::size_t kMostDeadNames = 3;
+
+std::string nodeName(const DrawnModule& module) { return "m" + std::to_string(module.index); }
 
 const RunMark* markOf(const RunMarks& marks, std::size_t module) {
   const auto place = marks.find(module);
@@ -33,10 +37,11 @@ Microseconds longestOf(const RunMarks& marks) {
 /// Writes a picture that has been thought out, and gathers the signs that occur on the way.
 class DotWriter {
  public:
-  DotWriter(const GraphSnapshot& graphSnapshot, const PictureOptions& pictureOptions)
+  DotWriter(const GraphSnapshot& graphSnapshot, const PictureOptions& pictureOptions,
+            const PictureModel& thoughtOut)
       : snapshot(graphSnapshot),
         options(pictureOptions),
-        model(pictureModel(graphSnapshot, pictureOptions)),
+        model(thoughtOut),
         style(isDrawnInBrief(pictureOptions, model.modules.size()) ? kBriefStyle : kFullStyle),
         displayNames(graphSnapshot),
         chainNames(graphSnapshot),
@@ -59,7 +64,10 @@ class DotWriter {
  private:
   std::string defaults() const {
     DotAttributes graph;
+    // With newrank, a chain may stretch to make room for a longer one beside it. Otherwise links
+    // that lead into such a chain, or back from it, would be drawn upwards.
     graph.set("rankdir", "TB")
+        .set("newrank", "true")
         .set("bgcolor", Colours::kPaper)
         .set("pad", "0.3")
         .set("ranksep", style.ranksep)
@@ -111,7 +119,7 @@ class DotWriter {
         .set("color", drawn.isMain ? "#7b8aa0" : "#cbd5e1")
         .set("penwidth", drawn.isMain ? "1.6" : "1")
         .set("fontcolor", drawn.isMain ? Colours::kInk : Colours::kFaintInk)
-        .set("labeljust", drawn.isMain ? "l" : "r")
+        .set("labeljust", drawn.headingAtLeft ? "l" : "r")
         .set("margin", style.clusterMargin);
     std::string text = "  subgraph cluster_" + std::to_string(chain) + " {\n    " +
                        attributes.asStatements() + '\n';
@@ -119,10 +127,6 @@ class DotWriter {
       text += "    " + node(place);
     }
     return text + "  }\n";
-  }
-
-  static std::string nodeName(const DrawnModule& module) {
-    return "m" + std::to_string(module.index);
   }
 
   /// The node of the module, with what stands for its dead and hidden neighbours.
@@ -206,7 +210,7 @@ class DotWriter {
     DotAttributes attributes = lineOf(shown, style);
     attributes.set("weight", weightOf(link));
     if (const std::string remark = remarkOn(link); !remark.empty()) {
-      attributes.text("xlabel", remark);
+      attributes.text("xlabel", ' ' + remark + ' ');
     }
     return "  " + nodeName(model.modules[link.from]) + " -> " + nodeName(model.modules[link.to]) +
            ' ' + attributes.inBrackets() + ";\n";
@@ -234,7 +238,7 @@ class DotWriter {
 
   const GraphSnapshot& snapshot;
   const PictureOptions& options;
-  PictureModel model;
+  const PictureModel& model;
   const PictureStyle& style;
   DisplayNames displayNames;
   ChainNames chainNames;
@@ -242,14 +246,29 @@ class DotWriter {
   Signs signs;
 };
 
+/// By the places of the modules.
+std::vector<double> fromLeftOf(const PictureModel& model, const LaidOutPicture& picture) {
+  std::vector<double> fromLeft;
+  for (const DrawnModule& module : model.modules) {
+    const auto node = picture.nodesFromLeft.find(nodeName(module));
+    fromLeft.push_back(node == picture.nodesFromLeft.end() ? 0.0 : node->second);
+  }
+  return fromLeft;
+}
+
 }  // namespace
 
 std::string dotText(const GraphSnapshot& snapshot, const PictureOptions& options) {
-  return DotWriter(snapshot, options).write();
+  const PictureModel model = pictureModel(snapshot, options);
+  return DotWriter(snapshot, options, model).write();
 }
 
 std::string svgText(const GraphSnapshot& snapshot, const PictureOptions& options) {
-  return svgOfDot(dotText(snapshot, options));
+  PictureModel model = pictureModel(snapshot, options);
+  LaidOutPicture picture = layOut(DotWriter(snapshot, options, model).write());
+  return moveHeadings(model, fromLeftOf(model, picture))
+             ? svgOfDot(DotWriter(snapshot, options, model).write())
+             : std::move(picture.svg);
 }
 
 }  // namespace Tessaril::Diagnostics

@@ -50,11 +50,13 @@ struct PictureOptions {
 /// Names that lie in one folder are written without it. The full facts of a module are in its
 /// tooltip. Modules of which only a record is known are drawn without chains.
 ///
-/// Throws std::out_of_range for a selected module or a run mark that is not in the snapshot.
+/// Throws std::out_of_range for a selected module, a run mark or an entry that is not in the
+/// snapshot.
 /// O(n log n) in modules and entries.
 std::string dotText(const GraphSnapshot& snapshot, const PictureOptions& options = {});
 
-/// The same as SVG, laid out by Graphviz; see svgOfDot().
+/// The same as SVG, laid out by Graphviz; see svgOfDot(). The headings of side chains stand where
+/// no link crosses them, which takes a second layout for some graphs.
 std::string svgText(const GraphSnapshot& snapshot, const PictureOptions& options = {});
 
 }  // namespace Tessaril::Diagnostics

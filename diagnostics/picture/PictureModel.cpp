@@ -9,8 +9,9 @@
 #include <utility>
 
 #include "diagnostics/graph/ChainNames.h"
-#include "diagnostics/graph/checks/Cycles.h"
-#include "diagnostics/graph/checks/LinkTable.h"
+#include "diagnostics/graph/DisplayText.h"
+#include "diagnostics/graph/links/Cycles.h"
+#include "diagnostics/graph/links/LinkTable.h"
 #include "diagnostics/picture/DisplayNames.h"
 
 // In four steps: which modules, which links among them, which of the links form cycles, and which
@@ -73,7 +74,7 @@ class LinkReader {
     for (const SnapshotLink& entry : snapshot.modules[module.index].next) {
       if (!entry.module) {
         module.deadNext.push_back(entry.name);
-      } else if (places[*entry.module] == kNowhere) {
+      } else if (places.at(*entry.module) == kNowhere) {
         hidden.insert(*entry.module);
       } else {
         ++linkOf(module.index, *entry.module).nextEntries;
@@ -87,7 +88,7 @@ class LinkReader {
     for (const SnapshotLink& entry : snapshot.modules[module.index].previous) {
       if (!entry.module) {
         module.deadPrevious.push_back(entry.name);
-      } else if (places[*entry.module] == kNowhere) {
+      } else if (places.at(*entry.module) == kNowhere) {
         hidden.insert(*entry.module);
       } else {
         ++linkOf(*entry.module, module.index).previousEntries;
@@ -163,20 +164,22 @@ void findMainLineByLinks(const GraphSnapshot& snapshot, PictureModel& model) {
   }
 }
 
-/// Several modules lead here, or this is where the module says that chains are to meet.
-bool isMerge(const SnapshotModule& module) {
-  std::set<std::size_t> previous;
-  for (const SnapshotLink& entry : module.previous) {
-    if (entry.module) {
-      previous.insert(*entry.module);
-    }
+/// Which modules several others lead to, or say that they are where chains meet.
+std::vector<bool> mergesOf(const GraphSnapshot& snapshot) {
+  Adjacency previous = neighboursOf(snapshot, &SnapshotModule::previous);
+  std::vector<bool> isMerge(previous.size());
+  for (std::size_t index = 0; index < previous.size(); ++index) {
+    std::erase(previous[index], index);
+    isMerge[index] =
+        previous[index].size() > 1 || snapshot.modules[index].insertMode == Mode::MergeFork;
   }
-  return previous.size() > 1 || module.insertMode == Mode::MergeFork;
+  return isMerge;
 }
 
 std::vector<DrawnModule> modulesOf(const GraphSnapshot& snapshot, const PictureOptions& options,
                                    const ModuleSelection& shown) {
   const DisplayNames names(snapshot);
+  const std::vector<bool> isMerge = mergesOf(snapshot);
   std::vector<DrawnModule> modules;
   modules.reserve(shown.size());
   for (const std::size_t index : shown) {
@@ -186,7 +189,7 @@ std::vector<DrawnModule> modulesOf(const GraphSnapshot& snapshot, const PictureO
     module.name = isDrawnInBrief(options, shown.size()) ? names.shortName(entry.name)
                                                         : names.longName(entry.name);
     module.startsFork = entry.insertMode == Mode::StartFork;
-    module.merges = isMerge(entry);
+    module.merges = isMerge[index];
     module.recordMissing = snapshot.stored && entry.recordCount == 0;
   }
   return modules;
@@ -214,7 +217,8 @@ class ChainReader {
   DrawnChain& chainOf(PictureModel& model, const Identifier& id) {
     const auto [place, isNew] = placeOfChain.emplace(id, model.chains.size());
     if (isNew) {
-      model.chains.push_back({id.isNull(), headingOf(id), {}});
+      const bool isMain = id.isNull();
+      model.chains.push_back({isMain, headingOf(id), isMain, {}});
     }
     return model.chains[place->second];
   }
@@ -251,6 +255,30 @@ PictureModel pictureModel(const GraphSnapshot& snapshot, const PictureOptions& o
     findMainLineByLinks(snapshot, model);
   }
   return model;
+}
+
+bool moveHeadings(PictureModel& model, const std::vector<double>& fromLeft) {
+  std::vector<std::size_t> chainOf(model.modules.size(), kNowhere);
+  for (std::size_t chain = 0; chain < model.chains.size(); ++chain) {
+    for (const std::size_t place : model.chains[chain].modules) {
+      chainOf[place] = chain;
+    }
+  }
+  std::vector<double> fromTheRight(model.chains.size(), 0.0);
+  for (const DrawnLink& link : model.links) {
+    if (const std::size_t chain = chainOf[link.to];
+        chain != kNowhere && chain != chainOf[link.from]) {
+      fromTheRight[chain] += fromLeft[link.from] - fromLeft[link.to];
+    }
+  }
+  bool hasMoved = false;
+  for (std::size_t chain = 0; chain < model.chains.size(); ++chain) {
+    DrawnChain& drawn = model.chains[chain];
+    if (!drawn.headingAtLeft && fromTheRight[chain] > 0.0) {
+      drawn.headingAtLeft = hasMoved = true;
+    }
+  }
+  return hasMoved;
 }
 
 }  // namespace Tessaril::Diagnostics

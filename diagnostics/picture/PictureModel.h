@@ -50,6 +50,8 @@ struct DrawnLink {
 struct DrawnChain {
   bool isMain = false;
   std::string heading;
+  /// At which end of the frame's upper side the heading stands.
+  bool headingAtLeft = false;
   /// Places in PictureModel::modules.
   std::vector<std::size_t> modules;
 };
@@ -70,5 +72,11 @@ struct PictureModel {
 bool isDrawnInBrief(const PictureOptions& options, std::size_t shownModules);
 
 PictureModel pictureModel(const GraphSnapshot& snapshot, const PictureOptions& options);
+
+/// Graphviz draws links over headings, and lays a chain out on whichever side of its parent chain
+/// it likes. Moves the headings of side chains to the left where the links that lead into the chain
+/// come from the right; true when one has moved. `fromLeft` holds for each place how far from the
+/// left the module lies.
+bool moveHeadings(PictureModel& model, const std::vector<double>& fromLeft);
 
 }  // namespace Tessaril::Diagnostics

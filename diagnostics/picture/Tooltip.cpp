@@ -1,6 +1,6 @@
 #include "diagnostics/picture/Tooltip.h"
 
-#include "diagnostics/picture/DisplayNames.h"
+#include "diagnostics/graph/DisplayText.h"
 
 namespace Tessaril::Diagnostics {
 namespace {

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "diagnostics/graph/ChainNames.h"
-#include "diagnostics/graph/checks/LinkTable.h"
 #include "diagnostics/graph/checks/Wording.h"
+#include "diagnostics/graph/links/LinkTable.h"
 
 // What is an error of the application here, and what an edit may leave on purpose:
 //
@@ -46,34 +46,11 @@ bool contains(const std::vector<Identifier>& chains, const Identifier& chain) {
   return std::find(chains.begin(), chains.end(), chain) != chains.end();
 }
 
-/// The other modules that the previous list names, each once, in list order; in linear time for
-/// all lists together.
-class PreviousModules {
- public:
-  explicit PreviousModules(const GraphSnapshot& graph)
-      : snapshot(graph), lastSeenBy(graph.modules.size(), graph.modules.size()) {}
-
-  std::vector<std::size_t> of(std::size_t index) {
-    std::vector<std::size_t> modules;
-    lastSeenBy[index] = index;
-    for (const SnapshotLink& entry : snapshot.modules[index].previous) {
-      if (isLive(snapshot, entry) && lastSeenBy[*entry.module] != index) {
-        lastSeenBy[*entry.module] = index;
-        modules.push_back(*entry.module);
-      }
-    }
-    return modules;
-  }
-
- private:
-  const GraphSnapshot& snapshot;
-  std::vector<std::size_t> lastSeenBy;
-};
-
 /// A module with what the checks ask of its surroundings.
 struct Place {
   std::size_t index = 0;
   const SnapshotModule* module = nullptr;
+  /// Each once, without the module itself.
   std::vector<std::size_t> previous;
   /// The chains of the previous modules, each once, in their order.
   std::vector<Identifier> previousChains;
@@ -115,13 +92,14 @@ class ChainChecker {
 
  private:
   void collectPlaces() {
-    PreviousModules previousModules(snapshot);
+    Adjacency previousModules = neighboursOf(snapshot, &SnapshotModule::previous);
     for (std::size_t index = 0; index < snapshot.modules.size(); ++index) {
       const SnapshotModule& module = snapshot.modules[index];
       if (!hasKnownLists(snapshot, module)) {
         continue;
       }
-      Place place{index, &module, previousModules.of(index), {}, {}};
+      Place place{index, &module, std::move(previousModules[index]), {}, {}};
+      std::erase(place.previous, index);
       if (!module.insertMode) {
         checkFlagOfRoot(place);
       } else if (addPrevious(place)) {
@@ -178,7 +156,7 @@ class ChainChecker {
            std::vector<Identifier> chains = {}, std::vector<std::size_t> others = {}) {
     others.insert(others.begin(), place.index);
     findings.push_back({kind, severity, std::move(others), std::move(chains),
-                        place.module->name + " " + std::move(text)});
+                        nameOf(snapshot, place.index) + " " + std::move(text)});
   }
 
   void checkFlagOfRoot(const Place& place) {

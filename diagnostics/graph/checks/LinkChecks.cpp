@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
-#include "diagnostics/graph/checks/Cycles.h"
+#include "diagnostics/graph/DisplayText.h"
 #include "diagnostics/graph/checks/Wording.h"
+#include "diagnostics/graph/links/Cycles.h"
 
 namespace Tessaril::Diagnostics {
 namespace {
@@ -45,7 +46,7 @@ void checkCycles(const GraphSnapshot& snapshot, const LinkTable& table,
 
 void checkSelfLink(const GraphSnapshot& snapshot, const TableLink& link,
                    std::vector<GraphFinding>& findings) {
-  const std::string& name = nameOf(snapshot, link.from);
+  const std::string name = nameOf(snapshot, link.from);
   const bool waits = link.previousEntries > 0;
   const std::string lists = !waits                 ? "next list"
                             : link.nextEntries > 0 ? "previous and next lists"
@@ -61,28 +62,27 @@ void checkSelfLink(const GraphSnapshot& snapshot, const TableLink& link,
 
 void checkBothEnds(const GraphSnapshot& snapshot, const TableLink& link,
                    std::vector<GraphFinding>& findings) {
-  const std::string& from = nameOf(snapshot, link.from);
-  const std::string& to = nameOf(snapshot, link.to);
-  if (link.nextEntries == 0 && hasKnownLists(snapshot, snapshot.modules[link.from])) {
-    findings.push_back({FindingKind::OneSidedLink,
-                        FindingSeverity::Error,
-                        {link.to, link.from},
-                        {},
-                        "the link " + from + " -> " + to + " has one end only: " + to + " names " +
-                            from + " as previous, but " + from + " does not name " + to +
-                            " as next. " + to + " waits for " + from +
-                            ", which does not lead to it."});
+  const bool missesNext =
+      link.nextEntries == 0 && hasKnownLists(snapshot, snapshot.modules[link.from]);
+  const bool missesPrevious =
+      link.previousEntries == 0 && hasKnownLists(snapshot, snapshot.modules[link.to]);
+  if (!missesNext && !missesPrevious) {
+    return;
   }
-  if (link.previousEntries == 0 && hasKnownLists(snapshot, snapshot.modules[link.to])) {
-    findings.push_back({FindingKind::OneSidedLink,
-                        FindingSeverity::Error,
-                        {link.from, link.to},
-                        {},
-                        "the link " + from + " -> " + to + " has one end only: " + from +
-                            " names " + to + " as next, but " + to + " does not name " + from +
-                            " as previous. " + from + " leads to " + to +
-                            ", which does not wait for it."});
-  }
+  const std::string from = nameOf(snapshot, link.from);
+  const std::string to = nameOf(snapshot, link.to);
+  const std::string ends =
+      missesNext
+          ? to + " names " + from + " as previous, but " + from + " does not name " + to +
+                " as next. " + to + " waits for " + from + ", which does not lead to it."
+          : from + " names " + to + " as next, but " + to + " does not name " + from +
+                " as previous. " + from + " leads to " + to + ", which does not wait for it.";
+  findings.push_back(
+      {FindingKind::OneSidedLink,
+       FindingSeverity::Error,
+       missesNext ? std::vector{link.to, link.from} : std::vector{link.from, link.to},
+       {},
+       "the link " + from + " -> " + to + " has one end only: " + ends});
 }
 
 void checkRepeated(const GraphSnapshot& snapshot, std::size_t owner, std::size_t neighbour,
@@ -100,18 +100,18 @@ void checkRepeated(const GraphSnapshot& snapshot, std::size_t owner, std::size_t
 
 void checkDeadEntries(const GraphSnapshot& snapshot, std::size_t index, const ListSide& side,
                       std::vector<GraphFinding>& findings) {
-  const SnapshotModule& module = snapshot.modules[index];
-  const std::vector<SnapshotLink>& entries = module.*side.entries;
+  const std::vector<SnapshotLink>& entries = snapshot.modules[index].*side.entries;
   for (std::size_t place = 0; place < entries.size(); ++place) {
     if (isLive(snapshot, entries[place])) {
       continue;
     }
+    const std::string name = nameOf(snapshot, index);
     const std::string text =
         entries[place].name.empty()
             ? "entry " + std::to_string(place + 1) + " of " + std::to_string(entries.size()) +
-                  " in the " + side.word + " list of " + module.name +
+                  " in the " + side.word + " list of " + name +
                   " is dead: the module that it led to is gone."
-            : module.name + " names " + entries[place].name + " as " + side.word +
+            : name + " names " + cleanText(entries[place].name) + " as " + side.word +
                   ", but no such module is known; restoring drops the link.";
     findings.push_back({FindingKind::DeadEntry, FindingSeverity::Warning, {index}, {}, text});
   }
@@ -123,12 +123,13 @@ void checkNeighbourRecord(const GraphSnapshot& snapshot, std::size_t owner, std:
   if (!named.exists || hasKnownLists(snapshot, named)) {
     return;
   }
+  const std::string name = nameOf(snapshot, neighbour);
   findings.push_back({FindingKind::NeighbourWithoutRecord,
                       FindingSeverity::Error,
                       {owner, neighbour},
                       {},
-                      nameOf(snapshot, owner) + " names " + named.name + " as " + side.word +
-                          ", but no record describes " + named.name +
+                      nameOf(snapshot, owner) + " names " + name + " as " + side.word +
+                          ", but no record describes " + name +
                           ": restored, the link has one end only."});
 }
 
@@ -196,7 +197,7 @@ void checkRecords(const GraphSnapshot& snapshot, const LinkTable& table,
                           FindingSeverity::Error,
                           {index},
                           {},
-                          "a record describes " + module.name +
+                          "a record describes " + nameOf(snapshot, index) +
                               ", but there is no such module; restoring passes "
                               "it over."});
     }
@@ -205,8 +206,8 @@ void checkRecords(const GraphSnapshot& snapshot, const LinkTable& table,
                           FindingSeverity::Warning,
                           {index},
                           {},
-                          counted(module.recordCount, "record") + " describe " + module.name +
-                              "; restored, the last one counts."});
+                          counted(module.recordCount, "record") + " describe " +
+                              nameOf(snapshot, index) + "; restored, the last one counts."});
     }
   }
   for (const TableLink& link : table.links()) {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "diagnostics/graph/GraphFinding.h"
-#include "diagnostics/graph/checks/LinkTable.h"
+#include "diagnostics/graph/links/LinkTable.h"
 
 // Internal to the checker. Each check appends its findings, in the order of the modules.
 

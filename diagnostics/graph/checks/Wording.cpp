@@ -1,5 +1,7 @@
 #include "diagnostics/graph/checks/Wording.h"
 
+#include "diagnostics/graph/DisplayText.h"
+
 namespace Tessaril::Diagnostics {
 namespace {
 
@@ -9,8 +11,8 @@ constexpr std::size_t kEndOfCycle = 3;
 
 }  // namespace
 
-const std::string& nameOf(const GraphSnapshot& snapshot, std::size_t module) {
-  return snapshot.modules.at(module).name;
+std::string nameOf(const GraphSnapshot& snapshot, std::size_t module) {
+  return cleanText(snapshot.modules.at(module).name);
 }
 
 std::string listed(const std::vector<std::string>& names) {

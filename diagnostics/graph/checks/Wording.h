@@ -10,7 +10,8 @@
 
 namespace Tessaril::Diagnostics {
 
-const std::string& nameOf(const GraphSnapshot& snapshot, std::size_t module);
+/// Fit for one line.
+std::string nameOf(const GraphSnapshot& snapshot, std::size_t module);
 /// "a", "a and b", "a, b and c"; of many the first ones: "a, b, c, d, e and 7 more".
 std::string listed(const std::vector<std::string>& names);
 std::string listed(const GraphSnapshot& snapshot, const std::vector<std::size_t>& modules);

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "diagnostics/graph/checks/Cycles.h"
+#include "diagnostics/graph/links/Cycles.h"
 #include "tests/support/RandomGraph.h"
 
 namespace Tessaril::Diagnostics {

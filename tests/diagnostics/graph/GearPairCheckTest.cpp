@@ -77,10 +77,8 @@ TEST_F(GearPairCheckTest, anUpdateToTheReportLeavesTheSideStepsAndThePlanToAutoA
   const GraphSnapshot snapshot = live();
   EXPECT_THAT(
       linesOf(checkRun(snapshot, indexOf(snapshot, "/requirements"), indexOf(snapshot, "/report"))),
-      ElementsAre("remark: /cutter is off the way: /report does not depend on it. It is "
-                  "auto-applied at most.",
-                  "remark: /drawing is off the way: /report does not depend on it. It is "
-                  "auto-applied at most.",
+      ElementsAre("remark: /cutter and /drawing are off the way: /report does not depend on them. "
+                  "They are auto-applied at most.",
                   "remark: /plan is behind the end, /report. It is auto-applied at most."));
 }
 

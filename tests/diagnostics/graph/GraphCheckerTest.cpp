@@ -362,6 +362,22 @@ TEST(GraphCheckerTest, anIndexOutsideOfTheSnapshotIsRefused) {
   EXPECT_THROW(checkGraph(snapshot), std::out_of_range);
 }
 
+TEST(GraphFindingTest, namesOfAnyBytesLeaveItOneLineOfText) {
+  GraphSnapshot snapshot = snapshotOf(graph("A -> B; B -> ~"));
+  snapshot.modules[0].name = "first\nsecond \x1B[2J";
+  snapshot.modules[1].name = "caf\xE9";
+  snapshot.modules[1].previous.clear();
+  snapshot.modules[1].next[0].name = "\x7F";
+  EXPECT_THAT(
+      linesOf(checkGraph(snapshot)),
+      ElementsAre("error: the link first second \uFFFD[2J -> caf\uFFFD has one end only: first "
+                  "second \uFFFD[2J names caf\uFFFD as next, but caf\uFFFD does not name first "
+                  "second \uFFFD[2J as previous. first second \uFFFD[2J leads to caf\uFFFD, which "
+                  "does not wait for it.",
+                  "warning: caf\uFFFD names \uFFFD as next, but no such module is known; "
+                  "restoring drops the link."));
+}
+
 TEST(GraphFindingTest, asText) {
   EXPECT_EQ(findingsText({}), "");
   EXPECT_EQ(findingsText(checkGraph(snapshotOf(graph("A -> (B)")))),

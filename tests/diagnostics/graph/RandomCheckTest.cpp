@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "diagnostics/graph/GraphChecker.h"
+#include "diagnostics/graph/RunReach.h"
 #include "tests/diagnostics/graph/SnapshotSupport.h"
 #include "tests/support/GraphInvariants.h"
 #include "tests/support/RandomGraph.h"
@@ -11,6 +12,7 @@
 namespace Tessaril::Diagnostics {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using TestSupport::TestGraph;
@@ -121,6 +123,15 @@ TEST(LargeCheckTest, aDeepChainThatIsClosedToARingIsOneFinding) {
             "the order runs in a circle: 0 -> 1 -> 2 -> 3 -> 4 -> 5 -> 6 -> 7 -> 8 -> ... 99988 "
             "more ... -> 99997 -> 99998 -> 99999 -> 0. Each of them waits for the one before it, "
             "so no update gets to them.");
+}
+
+TEST(LargeCheckTest, aRunAlongADeepChainIsTwoRemarks) {
+  EXPECT_THAT(
+      linesOf(checkRun(chainOf(kMany), 10, kMany - 11)),
+      ElementsAre("remark: 99990, 99991, 99992, 99993, 99994 and 5 more are behind the end, "
+                  "99989. They are auto-applied at most.",
+                  "remark: 0, 1, 2, 3, 4 and 5 more are before the start, 10: their "
+                  "results are taken as they are."));
 }
 
 TEST(LargeCheckTest, aWideGraphIsCheckedInLittleTime) {

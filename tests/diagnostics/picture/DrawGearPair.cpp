@@ -1,7 +1,6 @@
 #include <exception>
 #include <iostream>
 
-#include "diagnostics/picture/Graphviz.h"
 #include "tests/diagnostics/picture/GearPairPicture.h"
 
 // draw_gear_pair DESIGN.gear > PICTURE.svg
@@ -11,7 +10,8 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    std::cout << Tessaril::Diagnostics::svgOfDot(gearPairPicture(argv[1]));
+    const GearPairPicture picture = gearPairPicture(argv[1]);
+    std::cout << svgText(picture.snapshot, picture.options);
   } catch (const std::exception& error) {
     std::cerr << "draw_gear_pair: " << error.what() << '\n';
     return 1;

@@ -1,6 +1,5 @@
 #include "tests/diagnostics/picture/GearPairPicture.h"
 
-#include "diagnostics/picture/Picture.h"
 #include "diagnostics/run/ObservedUpdate.h"
 #include "examples/gear_pair/application/DesignSession.h"
 
@@ -36,21 +35,21 @@ std::map<Identifier, std::string> chainNamesOf(const GearPair::GearPairDesign& d
 
 }  // namespace
 
-std::string gearPairPicture(const std::filesystem::path& design) {
+GearPairPicture gearPairPicture(const std::filesystem::path& design) {
   DesignSession session(GearPair::readDesign(design), nullptr);
   session.update();
   session.set("torque=160Nm");
   const RunReport report = observedUpdateOf(session);
-  const auto snapshot = Tessaril::Diagnostics::snapshotOf(
+  GearPairPicture picture;
+  picture.snapshot = Tessaril::Diagnostics::snapshotOf(
       {session.design()->requirements()}, [](const Tessaril::ApplyModule& module) {
         return dynamic_cast<const DesignModule&>(module).getTitle();
       });
-  Tessaril::Diagnostics::PictureOptions options;
-  options.title = "Gear pair: the torque was changed";
-  options.chainNames = chainNamesOf(*session.design());
-  options.runMarks = runMarksOf(report, snapshot);
-  for (auto& [module, mark] : options.runMarks) {
+  picture.options.title = "Gear pair: the torque was changed";
+  picture.options.chainNames = chainNamesOf(*session.design());
+  picture.options.runMarks = runMarksOf(report, picture.snapshot);
+  for (auto& [module, mark] : picture.options.runMarks) {
     mark.duration.reset();
   }
-  return dotText(snapshot, options);
+  return picture;
 }

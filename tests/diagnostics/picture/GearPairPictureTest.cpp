@@ -3,7 +3,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "diagnostics/picture/Graphviz.h"
 #include "tests/diagnostics/picture/DotReading.h"
 #include "tests/diagnostics/picture/GearPairPicture.h"
 #include "tests/diagnostics/picture/SvgReading.h"
@@ -16,8 +15,13 @@ using testing::HasSubstr;
 
 const std::filesystem::path kRoot = TESSARIL_ROOT_DIR;
 
-std::string picture() {
+GearPairPicture picture() {
   return gearPairPicture(kRoot / "examples/gear_pair/designs/spur_pair.gear");
+}
+
+std::string dotOfPicture() {
+  const GearPairPicture shown = picture();
+  return dotText(shown.snapshot, shown.options);
 }
 
 std::string contentOf(const std::filesystem::path& file) {
@@ -27,11 +31,11 @@ std::string contentOf(const std::filesystem::path& file) {
 }
 
 TEST(GearPairPicture, ShowsTheChainsOfTheDesign) {
-  EXPECT_THAT(headings(picture()), ElementsAre("main chain", "wheel", "cutter", "drawing"));
+  EXPECT_THAT(headings(dotOfPicture()), ElementsAre("main chain", "wheel", "cutter", "drawing"));
 }
 
 TEST(GearPairPicture, ShowsWhyStrengthWasAppliedAndMeshWasNot) {
-  const std::string dot = picture();
+  const std::string dot = dotOfPicture();
 
   EXPECT_THAT(wordsOf(dot), HasSubstr("Strength|full apply|"));
   EXPECT_THAT(wordsOf(dot), HasSubstr("merge|Mesh|passed over|"));
@@ -39,9 +43,12 @@ TEST(GearPairPicture, ShowsWhyStrengthWasAppliedAndMeshWasNot) {
 
 // The fonts of the machine decide about sizes; what is drawn and written does not depend on them.
 TEST(GearPairPicture, IsTheOneInTheDocuments) {
-  const std::string present = svgOfDot(picture());
+  const GearPairPicture gearPair = picture();
+  const std::string present = svgText(gearPair.snapshot, gearPair.options);
   const std::string shown = contentOf(kRoot / "docs/graph_picture.svg");
 
+  EXPECT_THAT(crossedHeadingsIn(shown), testing::IsEmpty());
+  EXPECT_THAT(upwardLinksIn(shown), testing::IsEmpty());
   EXPECT_EQ(textsIn(shown), textsIn(present));
   for (const char* drawn : {"class=\"node\"", "class=\"edge\"", "class=\"cluster\"", "<polygon",
                             "<path", "fill=\"#e6f0fa\"", "fill=\"#f6c176\""}) {

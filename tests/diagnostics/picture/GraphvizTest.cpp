@@ -86,6 +86,40 @@ TEST(Graphviz, DrawsEveryModuleLinkAndChain) {
   EXPECT_THAT(textsIn(svg), Contains("chain 1"));
 }
 
+TEST(Graphviz, TellsWhereNodesLie) {
+  const LaidOutPicture picture = layOut("digraph { left; right; other; left -> other }");
+
+  EXPECT_THAT(picture.svg, AllOf(testing::StartsWith("<?xml"), testing::EndsWith("</svg>\n")));
+  ASSERT_EQ(picture.nodesFromLeft.size(), 3U);
+  EXPECT_EQ(picture.nodesFromLeft.at("left"), picture.nodesFromLeft.at("other"));
+  EXPECT_LT(picture.nodesFromLeft.at("left"), picture.nodesFromLeft.at("right"));
+}
+
+// Links are drawn over headings, and chains are laid out on either side of the one that they
+// branch off.
+TEST(Graphviz, DrawsNoLinkAcrossTheHeadingOfAChain) {
+  PictureOptions options;
+  options.chainNames = {{TestSupport::chain("one"), "first branch"},
+                        {TestSupport::chain("two"), "other branch"},
+                        {TestSupport::chain("three"), "third branch"}};
+  const std::string svg =
+      svgText(snapshotOf(TestSupport::graph("A -> B -> M -> Z; A -> F:one[fork] -> G:one -> M; "
+                                            "A -> (S):two[side] -> T:two; B -> (U):three[side]")),
+              options);
+
+  EXPECT_THAT(crossedHeadingsIn(svg), testing::IsEmpty());
+}
+
+// One fork is longer than the stretch of the main chain that it goes past, and one that leads back
+// to where the first comes in.
+TEST(Graphviz, DrawsEveryLinkDownwards) {
+  const std::string svg = svgText(snapshotOf(
+      TestSupport::graph("A -> B -> C -> D; A -> F:one[fork] -> G:one -> H:one -> I:one -> J:one "
+                         "-> C; A -> P:two[fork] -> Q:two -> R:two -> C; B -> (S):three[side]")));
+
+  EXPECT_THAT(upwardLinksIn(svg), testing::IsEmpty());
+}
+
 TEST(Graphviz, WritesNamesAsTheyAre) {
   GraphSnapshot snapshot;
   const std::vector<std::string> names{

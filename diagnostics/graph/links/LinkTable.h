@@ -5,7 +5,7 @@
 
 #include "diagnostics/graph/GraphSnapshot.h"
 
-// Internal to the checks.
+// How the modules of a snapshot are linked. Internal to what looks at links.
 
 namespace Tessaril::Diagnostics {
 
@@ -26,6 +26,12 @@ using Adjacency = std::vector<std::vector<std::size_t>>;
 bool hasKnownLists(const GraphSnapshot& snapshot, const SnapshotModule& module);
 /// False for a dead entry, and for one that leads to a module that is not there.
 bool isLive(const GraphSnapshot& snapshot, const SnapshotLink& entry);
+
+/// The live entries of one list of every module, each neighbour once, in list order. The module
+/// itself may be among them. Throws std::out_of_range for an entry with an index that the snapshot
+/// does not have. Linear.
+Adjacency neighboursOf(const GraphSnapshot& snapshot,
+                       std::vector<SnapshotLink> SnapshotModule::*list);
 
 /// Each link of a snapshot once. Entries of modules that are not there are left out: restoring
 /// passes them over.

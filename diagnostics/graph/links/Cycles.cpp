@@ -1,4 +1,4 @@
-#include "diagnostics/graph/checks/Cycles.h"
+#include "diagnostics/graph/links/Cycles.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,4 +1,4 @@
-#include "diagnostics/graph/checks/LinkTable.h"
+#include "diagnostics/graph/links/LinkTable.h"
 
 #include <algorithm>
 #include <tuple>
@@ -40,6 +40,25 @@ bool hasKnownLists(const GraphSnapshot& snapshot, const SnapshotModule& module) 
 
 bool isLive(const GraphSnapshot& snapshot, const SnapshotLink& entry) {
   return entry.module.has_value() && snapshot.modules.at(*entry.module).exists;
+}
+
+Adjacency neighboursOf(const GraphSnapshot& snapshot,
+                       std::vector<SnapshotLink> SnapshotModule::*list) {
+  const std::size_t count = snapshot.modules.size();
+  Adjacency neighbours(count);
+  std::vector<std::size_t> lastSeenBy(count, count);
+  for (std::size_t index = 0; index < count; ++index) {
+    if (!snapshot.modules[index].exists) {
+      continue;
+    }
+    for (const SnapshotLink& entry : snapshot.modules[index].*list) {
+      if (isLive(snapshot, entry) && lastSeenBy[*entry.module] != index) {
+        lastSeenBy[*entry.module] = index;
+        neighbours[index].push_back(*entry.module);
+      }
+    }
+  }
+  return neighbours;
 }
 
 LinkTable::LinkTable(const GraphSnapshot& snapshot)

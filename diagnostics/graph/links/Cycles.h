@@ -1,8 +1,8 @@
 #pragma once
 
-#include "diagnostics/graph/checks/LinkTable.h"
+#include "diagnostics/graph/links/LinkTable.h"
 
-// Internal to the checks.
+// Internal to what looks at links.
 
 namespace Tessaril::Diagnostics {
 
