@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "diagnostics/archive/ArchiveText.h"
@@ -14,6 +15,8 @@ namespace Tessaril::Diagnostics {
 namespace {
 
 namespace Layout = ReferencePlatform::ArchiveLayout;
+
+constexpr std::size_t kNumberSize = sizeof(std::uint32_t);
 
 std::string yesOrNo(bool value) { return value ? "yes" : "no"; }
 
@@ -27,42 +30,64 @@ std::string chainList(const std::vector<Identifier>& chains) {
 
 // An application's own values
 
-/// One archive's bytes from some place on, within one stretch of own values.
+/// What tells frames, and numbers of shared objects, from the other values of an archive.
+class ValueMarks {
+ public:
+  explicit ValueMarks(const InspectedArchive& archive) : bytes(archive.bytes) {
+    for (const ArchivedClass& archived : archive.frames.classes) {
+      typeIds.insert(archived.typeId);
+    }
+    // New objects are numbered as they come.
+    std::uint32_t next = 1;
+    for (const ArchivedBlock& block : archive.frames.blocks) {
+      if (block.begin >= Layout::kHeadSize + kNumberSize &&
+          Layout::numberAt(bytes, block.begin - kNumberSize) == next &&
+          !isValueClass(Layout::numberAt(bytes, block.begin + kNumberSize))) {
+        newObjects.insert(block.begin);
+        ++next;
+      }
+    }
+  }
+
+  const std::string& getBytes() const { return bytes; }
+  bool isTypeId(std::uint32_t number) const { return typeIds.contains(number); }
+  /// Whether a number of a new object stands before the block that begins there.
+  bool isNewObject(std::size_t begin) const { return newObjects.contains(begin); }
+
+ private:
+  const std::string& bytes;
+  std::unordered_set<std::uint32_t> typeIds;
+  std::unordered_set<std::size_t> newObjects;
+};
+
+/// A stretch of own values. Offsets count from its first byte.
 class ValueReader {
  public:
-  ValueReader(const InspectedArchive& archive, std::pair<std::size_t, std::size_t> stretch)
-      : bytes(archive.bytes),
-        classes(archive.frames.classes),
-        begin(stretch.first),
-        end(stretch.second) {}
+  ValueReader(const ValueMarks& archive, std::pair<std::size_t, std::size_t> stretch)
+      : marks(archive), bytes(archive.getBytes()), begin(stretch.first), end(stretch.second) {}
 
   std::size_t size() const { return end - begin; }
   char at(std::size_t offset) const { return bytes[begin + offset]; }
 
-  /// The end of the block whose frame stands there, counted as `offset` is, and its class; empty
-  /// for what is no frame.
-  std::optional<std::pair<std::size_t, std::string>> frameAt(std::size_t offset) const {
+  /// The end of the block whose frame stands there, as an offset, and its type id; empty for what
+  /// is no frame.
+  std::optional<std::pair<std::size_t, std::uint32_t>> frameAt(std::size_t offset) const {
     if (offset + Layout::kFrameSize > size()) {
       return std::nullopt;
     }
     const std::size_t blockEnd = Layout::numberAt(bytes, begin + offset);
-    if (blockEnd > end || blockEnd < begin + offset + Layout::kFrameSize) {
+    const std::uint32_t typeId = Layout::numberAt(bytes, begin + offset + kNumberSize);
+    if (blockEnd > end || blockEnd < begin + offset + Layout::kFrameSize ||
+        !marks.isTypeId(typeId)) {
       return std::nullopt;
     }
-    const unsigned int typeId =
-        Layout::numberAt(bytes, begin + offset + Layout::kFrameSize - sizeof(std::uint32_t));
-    const auto named =
-        std::find_if(classes.begin(), classes.end(),
-                     [typeId](const ArchivedClass& archived) { return archived.typeId == typeId; });
-    if (named == classes.end()) {
-      return std::nullopt;
-    }
-    return std::pair(blockEnd - begin, named->name);
+    return std::pair(blockEnd - begin, typeId);
   }
+  bool isNewObject(std::size_t offset) const { return marks.isNewObject(begin + offset); }
 
  private:
+  const ValueMarks& marks;
   const std::string& bytes;
-  const std::vector<ArchivedClass>& classes;
   std::size_t begin;
   std::size_t end;
 };
@@ -70,7 +95,6 @@ class ValueReader {
 /// Frames hold addresses, and new shared objects stand behind their numbers: both depend on what
 /// the archive holds before.
 bool sameValues(const ValueReader& left, const ValueReader& right) {
-  constexpr std::size_t kNumberSize = sizeof(std::uint32_t);
   if (left.size() != right.size()) {
     return false;
   }
@@ -78,26 +102,21 @@ bool sameValues(const ValueReader& left, const ValueReader& right) {
     const auto frame = left.frameAt(offset);
     return frame && frame == right.frameAt(offset);
   };
+  const auto sameNewObject = [&](std::size_t offset) {
+    return left.isNewObject(offset) && right.isNewObject(offset) && sameFrame(offset);
+  };
   for (std::size_t i = 0; i < left.size();) {
-    if (sameFrame(i)) {
+    if (sameNewObject(i + kNumberSize)) {
+      i += kNumberSize + Layout::kFrameSize;
+    } else if (sameFrame(i)) {
       i += Layout::kFrameSize;
     } else if (left.at(i) == right.at(i)) {
       ++i;
-    } else if (sameFrame(i + kNumberSize)) {
-      i += kNumberSize;
     } else {
       return false;
     }
   }
   return true;
-}
-
-bool sameOwnValues(const InspectedArchive& first, const ArchivedObject& before,
-                   const InspectedArchive& second, const ArchivedObject& after) {
-  return std::equal(before.ownValues.begin(), before.ownValues.end(), after.ownValues.begin(),
-                    after.ownValues.end(), [&](const auto& left, const auto& right) {
-                      return sameValues({first, left}, {second, right});
-                    });
 }
 
 // Facts
@@ -219,7 +238,7 @@ class LinkTable {
 class Comparison {
  public:
   Comparison(const InspectedArchive& before, const InspectedArchive& after)
-      : first(before), second(after) {}
+      : first(before), second(after), marksOfFirst(before), marksOfSecond(after) {}
 
   ArchiveComparison compare() {
     compareClasses();
@@ -228,14 +247,15 @@ class Comparison {
     const LinkTable after(second);
     result.removedLinks = before.without(after);
     result.addedLinks = after.without(before);
-    result.bytesBehindDiffer = !sameValues(behind(first), behind(second));
+    result.bytesBehindDiffer =
+        !sameValues({marksOfFirst, behind(first)}, {marksOfSecond, behind(second)});
     return std::move(result);
   }
 
  private:
-  static ValueReader behind(const InspectedArchive& archive) {
+  static std::pair<std::size_t, std::size_t> behind(const InspectedArchive& archive) {
     const std::size_t end = archive.frames.classTableAt.value_or(0);
-    return {archive, {end - archive.design.bytesBehind, end}};
+    return {end - archive.design.bytesBehind, end};
   }
 
   void compareClasses() {
@@ -259,21 +279,26 @@ class Comparison {
     }
   }
 
+  /// Several objects of one path are those of the other archive in their order.
   void compareObjects() {
-    std::unordered_map<std::string, const ArchivedObject*> after;
-    for (const ArchivedObject& object : second.design.objects) {
-      after.try_emplace(object.path, &object);
+    // The next one of a path stands last.
+    std::unordered_map<std::string, std::vector<const ArchivedObject*>> waiting;
+    for (std::size_t i = second.design.objects.size(); i-- > 0;) {
+      waiting[second.design.objects[i].path].push_back(&second.design.objects[i]);
     }
+    std::unordered_set<const ArchivedObject*> found;
     const auto recordsBefore = recordsOf(first);
     const auto recordsAfter = recordsOf(second);
     for (const ArchivedObject& object : first.design.objects) {
-      const auto found = after.find(object.path);
-      if (found == after.end()) {
+      std::vector<const ArchivedObject*>& candidates = waiting[object.path];
+      if (candidates.empty()) {
         result.removedObjects.push_back({object.path, object.className});
         continue;
       }
+      found.insert(candidates.back());
       FactList list;
-      compareObject(object, *found->second, list);
+      compareObject(object, *candidates.back(), list);
+      candidates.pop_back();
       const auto recordBefore = recordsBefore.find(object.path);
       const auto recordAfter = recordsAfter.find(object.path);
       if (recordBefore != recordsBefore.end() && recordAfter != recordsAfter.end()) {
@@ -282,10 +307,9 @@ class Comparison {
       if (!list.facts.empty()) {
         result.changedObjects.push_back({object.path, std::move(list.facts)});
       }
-      after.erase(found);
     }
     for (const ArchivedObject& object : second.design.objects) {
-      if (after.contains(object.path)) {
+      if (!found.contains(&object)) {
         result.addedObjects.push_back({object.path, object.className});
       }
     }
@@ -296,11 +320,20 @@ class Comparison {
     if (before.module && after.module) {
       compareModules(*before.module, *after.module, list);
     }
-    list.addUnless(sameOwnValues(first, before, second, after), "own values");
+    list.addUnless(sameOwnValues(before, after), "own values");
+  }
+
+  bool sameOwnValues(const ArchivedObject& before, const ArchivedObject& after) const {
+    return std::equal(before.ownValues.begin(), before.ownValues.end(), after.ownValues.begin(),
+                      after.ownValues.end(), [this](const auto& left, const auto& right) {
+                        return sameValues({marksOfFirst, left}, {marksOfSecond, right});
+                      });
   }
 
   const InspectedArchive& first;
   const InspectedArchive& second;
+  ValueMarks marksOfFirst;
+  ValueMarks marksOfSecond;
   ArchiveComparison result;
 };
 

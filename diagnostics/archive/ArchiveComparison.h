@@ -73,10 +73,11 @@ struct ArchiveComparison {
   bool isEmpty() const;
 };
 
-/// Objects are the same when their paths are. An application's own values are compared as bytes,
-/// frames and numbers of new shared objects left out, since those depend on what stands before: a
-/// value that refers to a shared object may be reported as changed when only the number is another
-/// one. Requires: neither archive has problems, or what was not read counts as not there.
+/// Objects are the same when their paths are; of several with one path, the first is the same as
+/// the first, and so on. An application's own values are compared as bytes, frames and numbers of
+/// new shared objects left out, since those depend on what stands before: a value that refers to a
+/// shared object may be reported as changed when only the number is another one. Requires: neither
+/// archive has problems, or what was not read counts as not there.
 ArchiveComparison compareArchives(const InspectedArchive& first, const InspectedArchive& second);
 
 }  // namespace Tessaril::Diagnostics

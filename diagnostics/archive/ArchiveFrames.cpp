@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "diagnostics/archive/ArchiveText.h"
 #include "reference_platform/persistence_archiver/ArchiveLayout.h"
 
 namespace Tessaril::Diagnostics {
@@ -77,7 +78,7 @@ class FrameScan {
         addProblem(place, "class " + std::to_string(i + 1) + " of the class table is not whole");
         return;
       }
-      names.try_emplace(next->typeId, next->name);
+      names.try_emplace(next->typeId, shortened(next->name));
       found.classes.push_back(*next);
     }
   }
@@ -161,7 +162,7 @@ class FrameScan {
 
   std::string_view bytes;
   std::size_t bodyEnd = 0;
-  /// By type id.
+  /// By type id; shortened.
   std::unordered_map<std::uint32_t, std::string> names;
   ArchiveFrames found;
 };

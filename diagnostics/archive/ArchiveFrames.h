@@ -29,6 +29,7 @@ struct ArchivedBlock {
   std::size_t end = 0;
   /// 0 for a block that no other one encloses.
   std::size_t depth = 0;
+  /// An absurdly long name is shortened.
   std::string className;
 
   friend bool operator==(const ArchivedBlock&, const ArchivedBlock&) = default;

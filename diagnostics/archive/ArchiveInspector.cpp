@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
+
+#include "diagnostics/archive/ArchiveText.h"
+#include "diagnostics/archive/ListedTree.h"
 
 namespace Tessaril::Diagnostics {
 namespace {
@@ -16,7 +18,7 @@ std::vector<InspectedClass> classesOf(const ArchiveFrames& frames) {
   std::vector<InspectedClass> classes;
   for (const ArchivedClass& archived : frames.classes) {
     InspectedClass inspected{
-        archived.name, archived.typeId, archived.version, {}, blocks[archived.name]};
+        archived.name, archived.typeId, archived.version, {}, blocks[shortened(archived.name)]};
     const BaseClassRegister* known = PersistenceArchiver::findFactory(archived.name);
     if (known != nullptr && known->typeId == archived.typeId) {
       inspected.versionHere = known->registeredVersion;
@@ -26,38 +28,17 @@ std::vector<InspectedClass> classesOf(const ArchiveFrames& frames) {
   return classes;
 }
 
-/// Looks for what a path leads to among the listed objects.
-class ObjectsByPath {
- public:
-  explicit ObjectsByPath(const DesignListing& design) {
-    for (const ArchivedObject& object : design.objects) {
-      if (object.hasPlace) {
-        objects.try_emplace(object.path, &object);
-      }
-    }
-  }
-
-  PathTarget find(const Path& path) const {
-    const auto found = objects.find(absoluteForm(path));
-    if (found == objects.end()) {
-      return PathTarget::Nothing;
-    }
-    return found->second->module ? PathTarget::Module : PathTarget::OtherObject;
-  }
-
- private:
-  std::unordered_map<std::string, const ArchivedObject*> objects;
-};
-
 /// Completes the graph of the records by what is known of the modules.
 class StoredGraph {
  public:
   explicit StoredGraph(const DesignListing& listing)
-      : design(listing), snapshot(snapshotOf(listing.links)) {
+      : design(listing), tree(listing.objects), snapshot(snapshotOf(listing.links)) {
     for (std::size_t i = 0; i < snapshot.modules.size(); ++i) {
       SnapshotModule& module = snapshot.modules[i];
       module.exists = false;
-      indices.emplace(absoluteForm(Path(module.name)), i);
+      if (const std::string place = tree.follow(Path(module.name)); !place.empty()) {
+        indices.emplace(place, i);
+      }
     }
   }
 
@@ -108,15 +89,17 @@ class StoredGraph {
   /// An entry lives when there is a module where it leads to, with a record or without.
   void settle(std::vector<SnapshotLink>& links) const {
     for (SnapshotLink& link : links) {
-      const auto found = indices.find(absoluteForm(Path(link.name)));
+      const std::string place = tree.follow(Path(link.name));
+      const auto found = place.empty() ? indices.end() : indices.find(place);
       const bool lives = found != indices.end() && snapshot.modules[found->second].exists;
       link.module = lives ? std::optional(found->second) : std::nullopt;
     }
   }
 
   const DesignListing& design;
+  ListedTree tree;
   GraphSnapshot snapshot;
-  /// By absolute path; modules without a place by their names.
+  /// By their places; modules without one by their names.
   std::unordered_map<std::string, std::size_t> indices;
 };
 
@@ -148,9 +131,9 @@ InspectedArchive inspectArchive(std::string bytes) {
   archive.classes = classesOf(archive.frames);
   archive.design = listDesign(bytes);
   archive.bytes = std::move(bytes);
-  const ObjectsByPath objects(archive.design);
-  archive.droppedLinks = droppedLinks(archive.design.links,
-                                      [&objects](const Path& path) { return objects.find(path); });
+  const ListedTree tree(archive.design.objects);
+  archive.droppedLinks =
+      droppedLinks(archive.design.links, [&tree](const Path& path) { return tree.targetOf(path); });
   return archive;
 }
 

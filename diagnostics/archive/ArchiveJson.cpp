@@ -146,6 +146,7 @@ nlohmann::ordered_json toJson(const InspectedArchive& archive) {
   json["classes"] = arrayOf(archive.classes);
   json["objects"] = arrayOf(archive.design.objects);
   json["links"] = arrayOf(archive.design.links);
+  json["hasLinks"] = archive.design.hasLinks;
   json["bytesBehind"] = archive.design.bytesBehind;
   json["droppedLinks"] = arrayOf(archive.droppedLinks);
   json["blocks"] = arrayOf(archive.frames.blocks);

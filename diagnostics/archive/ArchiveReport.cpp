@@ -14,8 +14,13 @@
 namespace Tessaril::Diagnostics {
 namespace {
 
-/// Cells are never broken: a path is to be found by a search.
 constexpr std::size_t kAnyWidth = std::numeric_limits<int>::max();
+/// Paths are not broken, so that a search finds them, but for those that would make every line of a
+/// table absurdly long.
+constexpr std::size_t kWidestName = 200;
+/// Lists go on in the next line.
+constexpr std::size_t kWidestList = 60;
+constexpr std::size_t kWidestChain = 100;
 
 std::string counted(std::size_t count, const std::string& one, const std::string& many) {
   return std::to_string(count) + " " + (count == 1 ? one : many);
@@ -40,11 +45,23 @@ std::string listed(const std::vector<std::string>& words, const std::string& non
   return text.empty() ? none : text;
 }
 
-std::string listed(const std::vector<Path>& paths) {
-  std::vector<std::string> words;
-  std::transform(paths.begin(), paths.end(), std::back_inserter(words),
+std::vector<std::string> shownTexts(const std::vector<Path>& paths) {
+  std::vector<std::string> texts;
+  std::transform(paths.begin(), paths.end(), std::back_inserter(texts),
                  [](const Path& path) { return oneLine(path.toString()); });
-  return listed(words, "-");
+  return texts;
+}
+
+/// How wide a column of such lists is at most, so that no path of them is broken.
+std::size_t widestList(const std::vector<ApplyModuleData>& records,
+                       std::vector<Path> ApplyModuleData::*list) {
+  std::size_t widest = kWidestList;
+  for (const ApplyModuleData& record : records) {
+    for (const std::string& path : shownTexts(record.*list)) {
+      widest = std::max(widest, displayWidth(path + ","));
+    }
+  }
+  return std::min(widest, kWidestName);
 }
 
 std::string standingText(const InspectedClass& known) {
@@ -96,6 +113,8 @@ std::string placeText(const ArchivedModule& module, const ChainNames& chains) {
 // The archive as text
 
 class ArchiveText {
+  using Align = TextTable::Align;
+
  public:
   ArchiveText(const InspectedArchive& inspected, const std::string& title)
       : archive(inspected), text(oneLine(title) + "\n  " + summary() + "\n") {}
@@ -109,8 +128,9 @@ class ArchiveText {
   }
 
   void addClasses() {
-    TextTable table({{"class"}, {"version"}, {"blocks", TextTable::Align::Right}, {"here"}},
-                    kAnyWidth);
+    TextTable table(
+        {{"class", Align::Left, kWidestName}, {"version"}, {"blocks", Align::Right}, {"here"}},
+        kAnyWidth);
     for (const InspectedClass& known : archive.classes) {
       table.addRow({oneLine(known.name), std::to_string(known.version),
                     std::to_string(known.blocks), standingText(known)});
@@ -119,7 +139,9 @@ class ArchiveText {
   }
 
   void addObjects() {
-    TextTable table({{"object"}, {"class"}, {"bytes"}}, kAnyWidth);
+    TextTable table(
+        {{"object", Align::Left, kWidestName}, {"class", Align::Left, kWidestName}, {"bytes"}},
+        kAnyWidth);
     for (const ArchivedObject& object : archive.design.objects) {
       table.addRow({objectName(object), oneLine(object.className),
                     std::to_string(object.begin) + " to " + std::to_string(object.end)});
@@ -129,7 +151,11 @@ class ArchiveText {
 
   void addModules() {
     const ChainNames chains(snapshotOf(archive));
-    TextTable table({{"module"}, {"state"}, {"speed"}, {"chain"}}, kAnyWidth);
+    TextTable table({{"module", Align::Left, kWidestName},
+                     {"state"},
+                     {"speed"},
+                     {"chain", Align::Left, kWidestChain}},
+                    kAnyWidth);
     for (const ArchivedObject& object : archive.design.objects) {
       if (object.module) {
         table.addRow({objectName(object), stateText(*object.module),
@@ -140,10 +166,15 @@ class ArchiveText {
   }
 
   void addLinks() {
-    TextTable table({{"module"}, {"previous"}, {"next"}, {"start"}}, kAnyWidth);
-    for (const ApplyModuleData& record : archive.design.links) {
-      table.addRow({oneLine(record.path.toString()), listed(record.previousPaths),
-                    listed(record.nextPaths),
+    const std::vector<ApplyModuleData>& links = archive.design.links;
+    TextTable table({{"module", Align::Left, kWidestName},
+                     {"previous", Align::Left, widestList(links, &ApplyModuleData::previousPaths)},
+                     {"next", Align::Left, widestList(links, &ApplyModuleData::nextPaths)},
+                     {"start"}},
+                    kAnyWidth);
+    for (const ApplyModuleData& record : links) {
+      table.addRow({oneLine(record.path.toString()), listed(shownTexts(record.previousPaths), "-"),
+                    listed(shownTexts(record.nextPaths), "-"),
                     record.startOfSideChain ? "start of a side chain" : ""});
     }
     addSection("Links", archive.design.links.empty() ? "" : table.text());
@@ -184,7 +215,9 @@ class ArchiveText {
     line += ", " + counted(archive.classes.size(), "class", "classes");
     line += ", " + counted(archive.design.objects.size(), "object", "objects");
     line += ", " + counted(moduleCount(archive), "module", "modules");
-    line += ", " + counted(archive.design.links.size(), "record of links", "records of links");
+    line += ", " + (archive.design.hasLinks ? counted(archive.design.links.size(),
+                                                      "record of links", "records of links")
+                                            : "no list of links");
     if (archive.design.bytesBehind > 0) {
       line += ", " + counted(archive.design.bytesBehind, "byte", "bytes") +
               " of the application's own behind them";

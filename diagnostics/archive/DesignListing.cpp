@@ -7,6 +7,8 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "diagnostics/archive/ArchiveText.h"
+#include "diagnostics/archive/ListedTree.h"
 #include "reference_platform/persistence_archiver/ArchiveLayout.h"
 #include "tessaril/module/ApplyModule.h"
 #include "tessaril/persistence/ClassRegistration.h"
@@ -56,7 +58,7 @@ class DesignReader {
         archiver(archive),
         bodyEnd(Layout::numberAt(archive, Layout::kClassTableAt)) {
     for (const ArchivedClass& archived : archiver.getClasses()) {
-      names.emplace(archived.typeId, archived.name);
+      names.emplace(archived.typeId, shortened(archived.name));
     }
   }
 
@@ -155,9 +157,8 @@ class DesignReader {
   /// Whether the object stands where this reader has not looked.
   bool cameBefore(unsigned int number, std::size_t place) const {
     if (!skippedSomething && number != highestNumber + 1) {
-      throw ArchiveException("byte " + std::to_string(place) + ": object " +
-                             std::to_string(number) + " behind object " +
-                             std::to_string(highestNumber));
+      refuse(place, "object " + std::to_string(number) + " behind object " +
+                        std::to_string(highestNumber));
     }
     return skippedSomething && (number <= highestNumber || !blockIsPossible());
   }
@@ -173,7 +174,7 @@ class DesignReader {
   void readParts(Node& node, const Block& block) {
     if (block.typeId == registeredTypeId<Object>()) {
       readObjectPart(node);
-    } else if (!isMemberClass(block.typeId)) {
+    } else if (!isValueClass(block.typeId)) {
       readUnknownParts(node);
     }
     if (position() != block.end) {
@@ -181,22 +182,34 @@ class DesignReader {
     }
   }
 
-  /// Whether objects of the class are values of others, and no base parts of anything.
-  static bool isMemberClass(unsigned int typeId) {
-    return typeId == registeredTypeId<Path>() || typeId == registeredTypeId<Identifier>() ||
-           typeId == registeredTypeId<ApplyModuleData>() ||
-           typeId == registeredTypeId<ApplyModuleInsertInfo>() ||
-           typeId == registeredTypeId<ModuleState>();
-  }
-
   void readObjectPart(Node& node) {
     std::string name;
     unsigned int count = 0;
+    const std::size_t place = position();
     archiver >> name >> count;
+    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
+      refuse(place, '"' + name + "\" cannot be the name of an object");
+    }
     node.name = name;
     for (unsigned int i = 0; i < count; ++i) {
       readShared([&node](NodePtr child) { node.children.push_back(std::move(child)); });
     }
+    requireUniqueNames(node);
+  }
+
+  /// The tree refuses to be read otherwise.
+  static void requireUniqueNames(const Node& parent) {
+    std::unordered_set<std::string_view> taken;
+    for (const NodePtr& child : parent.children) {
+      if (child->name && !taken.insert(*child->name).second) {
+        refuse(child->begin,
+               '"' + *parent.name + "\" has a child \"" + *child->name + "\" already");
+      }
+    }
+  }
+
+  [[noreturn]] static void refuse(std::size_t place, const std::string& why) {
+    throw ArchiveException("byte " + std::to_string(place) + ": " + why);
   }
 
   void readUnknownParts(Node& node) {
@@ -284,8 +297,7 @@ std::string parentOf(const std::string& path) { return path.substr(0, path.rfind
 /// Gives the objects their paths: what is named by the tree, and, where it is not, by the links.
 class Placement {
  public:
-  Placement(const std::vector<ApplyModuleData>& links, std::vector<ArchivedObject>& listed)
-      : objects(listed) {
+  explicit Placement(const std::vector<ApplyModuleData>& storedLinks) : links(storedLinks) {
     for (const ApplyModuleData& record : links) {
       if (record.path.isAbsolute() && stored.insert(record.path.toString()).second) {
         inOrder.push_back(record.path.toString());
@@ -293,30 +305,38 @@ class Placement {
     }
   }
 
-  void place(const Node& root) {
+  std::vector<ArchivedObject> place(const Node& root) {
     if (root.name) {
-      placeTree(root, rootIsTop(root) ? "" : "/" + *root.name);
+      placeNamed(root);
     } else if (const std::optional<std::string> parent = parentOfMembers(root)) {
       placeTree(root, *parent);
     } else {
       placeWithout(root);
     }
+    return std::move(objects);
   }
 
  private:
   /// A design may have been saved from below the root of its tree: its name begins the paths then.
-  bool rootIsTop(const Node& root) const {
-    return matches(root, "") >= matches(root, "/" + *root.name);
+  void placeNamed(const Node& root) {
+    placeTree(root, "");
+    const std::size_t fromTop = resolvedRecords();
+    if (fromTop == links.size()) {
+      return;
+    }
+    std::vector<ArchivedObject> asTop = std::exchange(objects, {});
+    placeTree(root, "/" + *root.name);
+    if (fromTop >= resolvedRecords()) {
+      objects = std::move(asTop);
+    }
   }
 
-  std::size_t matches(const Node& node, const std::string& path) const {
-    std::size_t count = node.module && stored.contains(path.empty() ? "/" : path) ? 1 : 0;
-    for (const auto* objectsBelow : {&node.children, &node.members}) {
-      for (const NodePtr& below : *objectsBelow) {
-        count += below->name ? matches(*below, path + "/" + *below->name) : 0;
-      }
-    }
-    return count;
+  std::size_t resolvedRecords() const {
+    const ListedTree tree(objects);
+    return static_cast<std::size_t>(
+        std::count_if(links.begin(), links.end(), [&tree](const ApplyModuleData& record) {
+          return tree.targetOf(record.path) == PathTarget::Module;
+        }));
   }
 
   /// The path below which the links name most of the members.
@@ -373,11 +393,28 @@ class Placement {
         {path, hasPlace, node.className, node.begin, node.end, node.module, node.ownValues});
   }
 
-  std::vector<ArchivedObject>& objects;
-  /// The paths of the records.
+  const std::vector<ApplyModuleData>& links;
+  std::vector<ArchivedObject> objects;
+  /// The absolute paths of the records.
   std::unordered_set<std::string> stored;
   std::vector<std::string> inOrder;
 };
+
+/// A name stands in the path of everything below it, so a few long ones may ask for more memory
+/// than there is.
+std::size_t bytesOfPaths(const Node& node, std::size_t above = 0) {
+  const std::size_t own = above + 1 + (node.name ? node.name->size() : 0);
+  std::size_t bytes = own;
+  for (const auto* objectsBelow : {&node.children, &node.members}) {
+    for (const NodePtr& below : *objectsBelow) {
+      bytes += bytesOfPaths(*below, own);
+    }
+  }
+  return bytes;
+}
+
+/// Far from what any design needs.
+std::size_t mostFor(std::size_t archiveSize) { return (std::size_t{1} << 28U) + 16 * archiveSize; }
 
 void readDesign(const std::string& bytes, DesignListing& listing) {
   DesignReader reader(bytes);
@@ -388,12 +425,25 @@ void readDesign(const std::string& bytes, DesignListing& listing) {
   } catch (const std::exception& e) {
     listing.problems.push_back({reader.position(), e.what()});
   }
-  if (reader.getRoot() != nullptr) {
-    Placement(listing.links, listing.objects).place(*reader.getRoot());
+  if (reader.getRoot() == nullptr) {
+    return;
   }
+  if (const std::size_t needed = bytesOfPaths(*reader.getRoot()); needed > mostFor(bytes.size())) {
+    listing.problems.push_back(
+        {{}, "the paths of the objects would take " + std::to_string(needed) + " bytes"});
+    return;
+  }
+  listing.objects = Placement(listing.links).place(*reader.getRoot());
 }
 
 }  // namespace
+
+bool isValueClass(unsigned int typeId) {
+  return typeId == registeredTypeId<Path>() || typeId == registeredTypeId<Identifier>() ||
+         typeId == registeredTypeId<ApplyModuleData>() ||
+         typeId == registeredTypeId<ApplyModuleInsertInfo>() ||
+         typeId == registeredTypeId<ModuleState>();
+}
 
 DesignListing listDesign(const std::string& bytes) {
   DesignListing listing;

@@ -58,6 +58,10 @@ struct DesignListing {
   std::vector<ArchiveProblem> problems;
 };
 
+/// Whether the class is one of those of the library whose objects are values of others: neither base
+/// parts nor shared objects.
+bool isValueClass(unsigned int typeId);
+
 /// Lists the design of an archive without the classes of its application: those derive from classes
 /// of the library and write their base parts first, each in a block, so the blocks at the beginning
 /// of an object tell what it is. Where nothing but the links tells under which objects modules

@@ -7,6 +7,20 @@
 namespace Tessaril::Diagnostics {
 namespace {
 
+/// The same text for every path, without a step back, that leads to one module. Requires: the path
+/// leads to something.
+std::string placeOf(const Path& path) {
+  std::vector<std::string> names;
+  for (const std::string& name : path.getNames()) {
+    if (name == "..") {
+      names.pop_back();
+    } else {
+      names.push_back(name);
+    }
+  }
+  return Path::absolute(std::move(names)).toString();
+}
+
 class DroppedLinkSearch {
  public:
   using Lookup = std::function<PathTarget(const Path&)>;
@@ -14,7 +28,9 @@ class DroppedLinkSearch {
   DroppedLinkSearch(const std::vector<ApplyModuleData>& stored, const Lookup& lookup)
       : records(stored), find(lookup) {
     for (std::size_t i = 0; i < records.size(); ++i) {
-      lastRecord[absoluteForm(records[i].path)] = i;
+      if (find(records[i].path) == PathTarget::Module) {
+        lastRecord[placeOf(records[i].path)] = i;
+      }
     }
   }
 
@@ -31,7 +47,7 @@ class DroppedLinkSearch {
     const PathTarget target = find(record.path);
     if (target != PathTarget::Module) {
       dropped.push_back({module, {}, false, target == PathTarget::OtherObject, false});
-    } else if (lastRecord.at(absoluteForm(record.path)) != index) {
+    } else if (lastRecord.at(placeOf(record.path)) != index) {
       dropped.push_back({module, {}, false, false, true});
     } else {
       lookAtList(module, record.previousPaths, false);
@@ -73,20 +89,6 @@ std::string DroppedLink::toString() const {
 std::vector<DroppedLink> droppedLinks(const std::vector<ApplyModuleData>& records,
                                       const std::function<PathTarget(const Path&)>& find) {
   return DroppedLinkSearch(records, find).search();
-}
-
-std::string absoluteForm(const Path& path) {
-  std::vector<std::string> names;
-  for (const std::string& name : path.getNames()) {
-    if (name != "..") {
-      names.push_back(name);
-    } else if (names.empty()) {
-      return {};
-    } else {
-      names.pop_back();
-    }
-  }
-  return path.isEmpty() ? std::string() : Path::absolute(std::move(names)).toString();
 }
 
 }  // namespace Tessaril::Diagnostics

@@ -31,12 +31,9 @@ struct DroppedLink {
 
 enum class PathTarget { Nothing, OtherObject, Module };
 
-/// In the order of the records. `find` says what a path leads to from the root of the tree.
+/// In the order of the records. `find` says, for every path once or several times, what a path
+/// leads to from the root of the tree.
 std::vector<DroppedLink> droppedLinks(const std::vector<ApplyModuleData>& records,
                                       const std::function<PathTarget(const Path&)>& find);
-
-/// The absolute form of a path that starts at the root of a tree, without ".."; empty for one that
-/// leads nowhere.
-std::string absoluteForm(const Path& path);
 
 }  // namespace Tessaril::Diagnostics

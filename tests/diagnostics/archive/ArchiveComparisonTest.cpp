@@ -117,6 +117,53 @@ TEST(ArchiveComparison, AddressesAndNumbersWithinOwnValuesDoNotCount) {
   EXPECT_EQ(difference(stepEnded(before), stepEnded(changed)), "~ object /A: own values changed\n");
 }
 
+TEST(ArchiveComparison, APlainNumberBeforeABlockCounts) {
+  HandMadeArchive before = stepBegun("r", "");
+  before.number(7).open("App.Part").number(1).close();
+  HandMadeArchive after = stepBegun("r", "");
+  after.number(8).open("App.Part").number(1).close();
+  EXPECT_EQ(difference(stepEnded(before), stepEnded(before)), "");
+  EXPECT_EQ(difference(stepEnded(before), stepEnded(after)), "~ object /A: own values changed\n");
+}
+
+/// A step with a part that it shares, behind that many other objects.
+std::string stepBehind(std::uint32_t others) {
+  HandMadeArchive archive;
+  archive.number(1).open("Object").text("r").number(others + 1);
+  for (std::uint32_t i = 0; i < others; ++i) {
+    archive.number(2 + i).open("Object").text(std::to_string(i)).number(0).close();
+  }
+  archive.number(2 + others);
+  openStep(archive, "App.Step", "A").number(3 + others).open("App.Part").number(7).close();
+  return stepEnded(archive);
+}
+
+TEST(ArchiveComparison, NumbersOfNewObjectsDoNotCountHoweverManyThereAre) {
+  // The numbers differ in their second byte only.
+  const std::string text = difference(stepBehind(4), stepBehind(4 + 256));
+  EXPECT_THAT(text, testing::StartsWith("+ object /4, Object\n"));
+  EXPECT_THAT(text, testing::Not(testing::HasSubstr("own values")));
+}
+
+TEST(ArchiveComparison, ObjectsOfOnePathAreComparedInTheirOrder) {
+  const auto withoutPlaces = [](const std::vector<std::string>& notes) {
+    HandMadeArchive archive;
+    archive.number(1).open("App.Design");
+    for (const std::string& note : notes) {
+      openStep(archive, "App.Step", "A", note).close();
+    }
+    archive.close().open("ApplyModuleData").number(0).close();
+    return archive.with(presentClasses({{"App.Design", 1}, {"App.Step", 1}}));
+  };
+  EXPECT_EQ(difference(withoutPlaces({"x", "y"}), withoutPlaces({"x", "y"})), "");
+  EXPECT_EQ(difference(withoutPlaces({"x", "y"}), withoutPlaces({"x", "z"})),
+            "~ object A: own values changed\n");
+  EXPECT_EQ(difference(withoutPlaces({"x", "y", "z"}), withoutPlaces({"x", "y"})),
+            "- object A, App.Step\n");
+  EXPECT_EQ(difference(withoutPlaces({"x", "y"}), withoutPlaces({"x", "y", "z"})),
+            "+ object A, App.Step\n");
+}
+
 TEST(ArchiveComparison, BytesBehindTheLinks) {
   EXPECT_EQ(difference(stepEnded(stepBegun("r", "")), stepEnded(stepBegun("r", ""), 1, "more")),
             "~ the application's own values behind the links changed\n");

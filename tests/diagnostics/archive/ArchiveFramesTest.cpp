@@ -178,6 +178,23 @@ TEST(ArchiveFrames, FollowsBlocksNoDeeperThanTheArchiverDoes) {
               ElementsAre("byte 4020: blocks are nested more than 500 deep"));
 }
 
+TEST(ArchiveFrames, DoesNotRepeatAnAbsurdlyLongNameWithEveryBlock) {
+  const std::string name(100'000, 'n');
+  HandMadeArchive archive;
+  for (int i = 0; i < 1000; ++i) {
+    archive.open(name).close();
+  }
+  const ArchiveFrames frames = framesOf(archive.with({{name, 1}}));
+  ASSERT_EQ(frames.blocks.size(), 1000U);
+  EXPECT_EQ(frames.classes[0].name, name);
+  std::size_t letters = 0;
+  for (const ArchivedBlock& block : frames.blocks) {
+    letters += block.className.size();
+  }
+  EXPECT_LE(letters, 2'000'000U);
+  EXPECT_THAT(frames.blocks[0].className, testing::EndsWith("nnn..."));
+}
+
 TEST(ArchiveFrames, SaysSomethingOfEveryPrefixAndEveryFlippedByteAndThrowsForNone) {
   const std::string bytes = savedGraph("A -> B; A -> (S):s[side<main]");
   for (std::size_t size = 0; size < bytes.size(); ++size) {

@@ -68,6 +68,13 @@ TEST(ArchiveInspector, ComparesVersionsWithThoseKnownHere) {
   EXPECT_FALSE(unknown.versionHere.has_value());
 }
 
+TEST(ArchiveInspector, CountsTheBlocksOfAClassWithAnAbsurdlyLongName) {
+  const std::string name(5000, 'n');
+  HandMadeArchive archive;
+  archive.open(name).close().open(name).close();
+  EXPECT_EQ(classNamed(inspectArchive(archive.with({{name, 1}})), name).blocks, 2U);
+}
+
 TEST(ArchiveInspector, NamesEachProblemOnce) {
   std::string bytes = savedGraph("A");
   bytes.pop_back();
@@ -123,6 +130,29 @@ TEST(DroppedLinks, PathsAreFollowedAsTheTreeFollowsThem) {
               ElementsAre("A: /../B, a next module, leads nowhere, so the link is dropped"));
 }
 
+TEST(DroppedLinks, APathDoesNotLeadThroughWhatIsNotThere) {
+  HandMadeArchive archive = smallDesign(2);
+  record(archive, "/A", {}, {"/gone/../B", "/box/.."});
+  record(archive, "/gone/../A", {}, {});
+  EXPECT_THAT(
+      texts(inspected(archive).droppedLinks),
+      ElementsAre(
+          "/A: /gone/../B, a next module, leads nowhere, so the link is dropped",
+          "/A: /box/.., a next module, leads to an object that is no module, so the link is "
+          "dropped",
+          "/gone/../A leads nowhere, so its record is left out"));
+}
+
+TEST(DroppedLinks, TheRootAboveADesignIsAnObjectToo) {
+  HandMadeArchive archive = smallDesign(1);
+  record(archive, "/design/A", {}, {"/", "/design", "/design/B"});
+  EXPECT_THAT(texts(inspected(archive).droppedLinks),
+              ElementsAre("/design/A: /, a next module, leads to an object that is no module, so "
+                          "the link is dropped",
+                          "/design/A: /design, a next module, leads to an object that is no "
+                          "module, so the link is dropped"));
+}
+
 // The graph of a file
 
 TEST(StoredGraph, HoldsWhatTheFileHolds) {
@@ -168,6 +198,23 @@ TEST(StoredGraph, EntriesThatRestoringDropsAreDead) {
   EXPECT_EQ(snapshot.modules[2].name, "/B");
   EXPECT_TRUE(snapshot.modules[2].exists);
   EXPECT_EQ(snapshot.modules[2].recordCount, 0U);
+}
+
+TEST(StoredGraph, AnEmptyPathLeadsToNoModuleEvenIfOneHasNoName) {
+  // The module has no Object part, so it has neither name nor place.
+  HandMadeArchive archive;
+  archive.number(1).open("App.Design").open("ApplyModule");
+  archive.open("ModuleState").flags({true, false, true, false, false}).close();
+  archive.flags({false}).number(3);
+  archive.open("ApplyModuleInsertInfo").number(0).id({0, 0}).ids({}).close().close().close();
+  archive.open("ApplyModuleData").number(1);
+  record(archive, "/A", {""}, {}).close();
+  const GraphSnapshot snapshot =
+      snapshotOf(inspectArchive(archive.with(presentClasses({{"App.Design", 1}}))));
+  ASSERT_EQ(snapshot.modules.size(), 2U);
+  EXPECT_EQ(snapshot.modules[1].name, "");
+  EXPECT_TRUE(snapshot.modules[1].exists);
+  EXPECT_EQ(snapshot.modules[0].previous[0], (SnapshotLink{{}, ""}));
 }
 
 TEST(StoredGraph, ModulesWithoutAPlaceKeepTheirNamesApart) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 
 #include "diagnostics/archive/ArchiveReport.h"
@@ -83,6 +84,47 @@ TEST(ArchiveReport, NamesFromAFileCannotControlATerminal) {
   EXPECT_THAT(text, HasSubstr("/red\\x1b[31m\\x0aline"));
 }
 
+TEST(ArchiveReport, ListsOfManyLinksGoOnInTheNextLine) {
+  constexpr std::size_t kFollowers = 50;
+  HandMadeArchive archive;
+  archive.number(1).open("Object").text("design").number(1).number(2);
+  openStep(archive, "App.Step", "A").close().close();
+  archive.open("ApplyModuleData").number(1).path("/A").paths({});
+  archive.open("Path").number(kFollowers);
+  for (std::size_t i = 0; i < kFollowers; ++i) {
+    archive.text("/follower " + std::to_string(i));
+  }
+  archive.close().flags({false}).close();
+  const std::string text =
+      textOf(inspectArchive(archive.with(presentClasses({{"App.Step", 1}}))), "a", false);
+  EXPECT_THAT(text, HasSubstr("/follower 49"));
+  std::istringstream lines(text);
+  for (std::string line;
+       std::getline(lines, line) && line != "Left out when the links are restored";) {
+    EXPECT_LE(line.size(), 100U) << line;
+  }
+}
+
+TEST(ArchiveReport, APathWithinAListIsNotBroken) {
+  const std::string longPath = "/" + std::string(150, 'p');
+  HandMadeArchive archive;
+  archive.number(1).open("Object").text("design").number(1).number(2);
+  openStep(archive, "App.Step", "A").close().close();
+  archive.open("ApplyModuleData").number(1);
+  record(archive, "/A", {}, {"/B", longPath, "/C"}).close();
+  EXPECT_THAT(textOf(inspectArchive(archive.with(presentClasses({{"App.Step", 1}}))), "a", false),
+              HasSubstr("  " + longPath + ",\n"));
+}
+
+TEST(ArchiveReport, SaysThatNoLinksAreStored) {
+  HandMadeArchive archive;
+  archive.number(1).open("Object").text("design").number(0).close();
+  const InspectedArchive inspected = inspectArchive(archive.with(presentClasses()));
+  EXPECT_THAT(textOf(inspected, "a", false), HasSubstr(", 0 modules, no list of links\n"));
+  EXPECT_EQ(toJson(inspected)["hasLinks"], false);
+  EXPECT_EQ(toJson(inspectArchive(savedGraph("A")))["hasLinks"], true);
+}
+
 TEST(ArchiveReport, TheSameFactsAsJson) {
   HandMadeArchive archive;
   archive.number(1).open("Object").text("design").number(1).number(2);
@@ -135,6 +177,28 @@ TEST(ArchiveReport, WritesDownWhateverTheBytesHold) {
 TEST(ArchiveReport, JsonHoldsNoBrokenText) {
   const nlohmann::ordered_json json{{"name", "caf\xe9"}};
   EXPECT_EQ(dumpJson(json), "{\n  \"name\": \"caf\xEF\xBF\xBD\"\n}\n");
+}
+
+TEST(ArchiveText, OneLineKeepsTextAndShowsTheBytesOfEverythingElse) {
+  const std::string text = "caf\u00e9 \u6b6f\u8eca \U0001F600 \u00a0|";
+  EXPECT_EQ(oneLine(text), text);
+  EXPECT_EQ(oneLine("a\tb\x7f"), "a\\x09b\\x7f");
+  // A control character of two bytes, which terminals obey as well.
+  EXPECT_EQ(oneLine("\u009b31m"), "\\xc2\\x9b31m");
+  // What turns the direction of writing, and what ends a line.
+  EXPECT_EQ(oneLine("\u202egnp.a"), "\\xe2\\x80\\xaegnp.a");
+  EXPECT_EQ(oneLine("\u2066\u200f\u2028"), "\\xe2\\x81\\xa6\\xe2\\x80\\x8f\\xe2\\x80\\xa8");
+}
+
+TEST(ArchiveText, OneLineShowsTheBytesOfWhatIsNoUtf8) {
+  EXPECT_EQ(oneLine("caf\xe9"), "caf\\xe9");
+  EXPECT_EQ(oneLine("\x9b|"), "\\x9b|");
+  EXPECT_EQ(oneLine("\xe2\x82|"), "\\xe2\\x82|");
+  EXPECT_EQ(oneLine("\xc0\xaf"), "\\xc0\\xaf");
+  EXPECT_EQ(oneLine("\xe0\x80\xaf"), "\\xe0\\x80\\xaf");
+  EXPECT_EQ(oneLine("\xed\xa0\x80"), "\\xed\\xa0\\x80");
+  EXPECT_EQ(oneLine("\xf4\x90\x80\x80"), "\\xf4\\x90\\x80\\x80");
+  EXPECT_EQ(oneLine("\xff"), "\\xff");
 }
 
 TEST(ArchiveText, SpeedRates) {

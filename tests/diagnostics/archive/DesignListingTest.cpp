@@ -232,6 +232,40 @@ TEST(DesignListing, NamesTheByteWhereAnObjectComesTooEarly) {
               ElementsAre("byte 46: object 5 behind object 1"));
 }
 
+/// An object with children of these names.
+std::string parentOf(std::initializer_list<std::string_view> names) {
+  HandMadeArchive archive;
+  archive.number(1).open("Object").text("design").number(static_cast<std::uint32_t>(names.size()));
+  std::uint32_t number = 2;
+  for (const std::string_view name : names) {
+    archive.number(number++).open("Object").text(name).number(0).close();
+  }
+  return archive.close().with(presentClasses());
+}
+
+TEST(DesignListing, NamesWhatTheTreeRefuses) {
+  EXPECT_THAT(texts(listDesign(parentOf({"A", "B", "A"}))),
+              ElementsAre("byte 92: \"design\" has a child \"A\" already"));
+  for (const std::string name : {"", ".", "..", "a/b"}) {
+    EXPECT_THAT(texts(listDesign(parentOf({name}))),
+                ElementsAre("byte 58: \"" + name + "\" cannot be the name of an object"));
+  }
+}
+
+TEST(DesignListing, RefusesPathsThatWouldTakeMoreMemoryThanThereIs) {
+  constexpr std::size_t kSize = 1'000'000;
+  constexpr std::uint32_t kChildren = 1000;
+  HandMadeArchive archive;
+  archive.number(1).open("Object").text("design").number(1);
+  archive.number(2).open("Object").text(std::string(kSize, 'n')).number(kChildren);
+  for (std::uint32_t i = 0; i < kChildren; ++i) {
+    archive.number(3 + i).open("Object").text(std::to_string(i)).number(0).close();
+  }
+  const DesignListing listing = listDesign(archive.close().close().with(presentClasses()));
+  EXPECT_THAT(texts(listing), ElementsAre(HasSubstr("the paths of the objects would take 100")));
+  EXPECT_TRUE(listing.objects.empty());
+}
+
 TEST(DesignListing, RefusesWhatTheArchiverRefusesAndThrowsForNothing) {
   const std::string bytes = savedGraph("A -> B; A -> (S):s[side<main]");
   for (std::size_t size = 0; size < bytes.size(); ++size) {
