@@ -37,13 +37,6 @@ void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
   }
   nodes[endNumber].isOnTheWay = true;
   nodes[startNumber].isInRange = true;
-  std::vector<Number> onTheWay;
-  for (Number number = 0; number < nodes.size(); ++number) {
-    if (nodes[number].isOnTheWay) {
-      onTheWay.push_back(number);
-    }
-  }
-  readPrevious(onTheWay);
 
   savedModuleQueue.clear();
   for (const ModulePtr& module : saved) {
@@ -58,16 +51,28 @@ void UpdateOrder::begin(const ModulePtr& start, const ModulePtr& end) {
 /// What is queued asks for these lists, one module after the other. Here one does not wait for the
 /// memory of the other.
 void UpdateOrder::readPrevious(const std::vector<Number>& numbers) {
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    loadAhead(previous, numbers, i);
+    read(previous, numbers[i]);
+  }
+}
+
+/// To be called with every place before the list there is read. Has the processor begin to load,
+/// for those to come, first the list, then its entries, then the numbers of their modules.
+void UpdateOrder::loadAhead(const Side& side, const std::vector<Number>& numbers,
+                            std::size_t place) const {
   constexpr std::size_t kListsAhead = 8;
   constexpr std::size_t kEntriesAhead = 4;
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    if (i + kListsAhead < numbers.size()) {
-      ApplyGraph::loadLinksEarly(modules.heldModule(numbers[i + kListsAhead]).get());
-      if (const ModulePtr& near = modules.heldModule(numbers[i + kEntriesAhead])) {
-        previous.linksOf(*near).loadEarly();
-      }
-    }
-    read(previous, numbers[i]);
+  constexpr std::size_t kNumbersAhead = 2;
+  if (place + kListsAhead >= numbers.size()) {
+    return;
+  }
+  ApplyGraph::loadLinksEarly(modules.heldModule(numbers[place + kListsAhead]).get());
+  if (const ModulePtr& near = modules.heldModule(numbers[place + kEntriesAhead])) {
+    side.linksOf(*near).loadEarly();
+  }
+  if (const ModulePtr& nearer = modules.heldModule(numbers[place + kNumbersAhead])) {
+    modules.loadEarly(side.linksOf(*nearer));
   }
 }
 
@@ -107,7 +112,7 @@ void UpdateOrder::rest() {
   lists = {};
   next.neighbours = {};
   previous.neighbours = {};
-  stack = {};
+  reached = {};
   closed = NumberSet();
   ++reopenings;
   idle.clear();
@@ -194,15 +199,14 @@ UpdateOrder::List UpdateOrder::readAnew(Side& side, Number number, As how) {
 /// which it answers true; not from `stop`.
 template <typename Meet>
 void UpdateOrder::gather(Number from, Number stop, Side& side, As how, const Meet& meet) {
-  stack.assign(1, from);
-  while (!stack.empty()) {
-    const Number number = stack.back();
-    stack.pop_back();
-    const List list = read(side, number, how);
+  reached.assign(1, from);
+  for (std::size_t place = 0; place < reached.size(); ++place) {
+    loadAhead(side, reached, place);
+    const List list = read(side, reached[place], how);
     for (std::uint32_t i = list.begin; i != list.end; ++i) {
       const Number met = side.neighbours[i];
       if (modules.isLive(met) && meet(met) && met != stop) {
-        stack.push_back(met);
+        reached.push_back(met);
       }
     }
   }

@@ -150,6 +150,7 @@ class UpdateOrder {
   };
 
   void readPrevious(const std::vector<Number>& numbers);
+  void loadAhead(const Side& side, const std::vector<Number>& numbers, std::size_t place) const;
   void forget();
   void followEdits();
   void refillQueues();
@@ -205,7 +206,8 @@ class UpdateOrder {
   std::uint32_t rangeEdition = 0;
   Side next;
   Side previous;
-  std::vector<Number> stack;
+  /// What a gathering goes on from.
+  std::vector<Number> reached;
 
   OrderedQueue moduleQueue;
   /// The queue when it was saved, unless the queue itself knows.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -47,6 +49,13 @@ class ModuleNumbers {
       __builtin_prefetch(reinterpret_cast<const void*>(module - 2 * sizeof(void*)));
     }
 #endif
+  }
+
+  /// The same for the numbers of the modules that the first entries are for.
+  void loadEarly(const LinkList& links) const {
+    for (std::size_t place = 0; place < std::min(links.size(), kEntriesLoaded); ++place) {
+      numbers.loadEarly(links.address(place));
+    }
   }
 
   std::size_t size() const { return held.size(); }
@@ -125,6 +134,8 @@ class ModuleNumbers {
     }
     return number;
   }
+
+  static constexpr std::size_t kEntriesLoaded = 4;
 
   AddressNumbers numbers;
   std::vector<ModulePtr> held;

@@ -105,9 +105,11 @@ class Traversal {
  private:
   enum class Unknown { Added, PassedOver };
 
-  /// How many modules ahead of its turn the lists of a module are loaded, and then their entries.
+  /// How many modules ahead of its turn the lists of a module are loaded, then their entries, then
+  /// the numbers of the modules that these are for.
   static constexpr Number kListsAhead = 8;
   static constexpr Number kEntriesAhead = 4;
+  static constexpr Number kNumbersAhead = 2;
 
   /// Places in one of the lists of numbers.
   struct Span {
@@ -169,6 +171,8 @@ class Traversal {
         ApplyGraph::loadLinksEarly(numbers.heldModule(number + kListsAhead).get());
         onwardLinks(number + kEntriesAhead).loadEarly();
         backLinks(number + kEntriesAhead).loadEarly();
+        numbers.loadEarly(onwardLinks(number + kNumbersAhead));
+        numbers.loadEarly(backLinks(number + kNumbersAhead));
       }
       if (number == first || number != last) {
         readOnward(number);

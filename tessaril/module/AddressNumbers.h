@@ -32,6 +32,8 @@ class AddressNumbers {
 
   /// Where an address has its number, or would have it. Valid until another one gets a number.
   Place placeOf(const void* address) const { return table.placeOf(address); }
+  /// See AddressTable.
+  void loadEarly(const void* address) const { table.loadEarly(address); }
   /// kNone where the address has no number.
   Number at(Place place) const { return table[place].number; }
   /// A number for an address that has none. Requires: the place is that of the address. Not null.

@@ -20,13 +20,17 @@ class AddressTable {
   using Place = std::size_t;
 
   Place placeOf(const void* address) const {
-    // The upper bits of the product depend on all bits of the address.
-    const std::uint64_t product = reinterpret_cast<std::uintptr_t>(address) * 0x9E37'79B9'7F4A'7C15;
-    Place place = product >> shift;
+    Place place = firstPlaceOf(address);
     while (slots[place].address != address && slots[place].address != nullptr) {
       place = (place + 1) & (slots.size() - 1);
     }
     return place;
+  }
+  /// Has the processor begin to load the place of an address that will be looked for soon.
+  void loadEarly(const void* address) const {
+#if defined(__GNUC__)
+    __builtin_prefetch(&slots[firstPlaceOf(address)]);
+#endif
   }
   bool isTaken(Place place) const { return slots[place].address != nullptr; }
   const Slot& operator[](Place place) const { return slots[place]; }
@@ -52,6 +56,12 @@ class AddressTable {
   static constexpr unsigned int kFirstBits = 5;
   /// Of a large table a half that stays free costs more, in the caches, than growing once more.
   static constexpr std::size_t kLarge = 32768;
+
+  Place firstPlaceOf(const void* address) const {
+    // The upper bits of the product depend on all bits of the address.
+    const std::uint64_t product = reinterpret_cast<std::uintptr_t>(address) * 0x9E37'79B9'7F4A'7C15;
+    return product >> shift;
+  }
 
   void grow() {
     const unsigned int moreBits = slots.size() < kLarge ? 2 : 1;

@@ -57,6 +57,9 @@ class LinkList {
   void loadEarly() const {
 #if defined(__GNUC__)
     __builtin_prefetch(references.data());
+    if (hasBlock()) {
+      __builtin_prefetch(own.block.addresses);
+    }
 #endif
   }
 
