@@ -259,21 +259,25 @@ class Comparison {
   }
 
   void compareClasses() {
-    std::map<std::string, unsigned int> after;
+    // Nothing keeps an archive from giving two classes one name.
+    using Key = std::pair<std::string, unsigned int>;
+    std::map<Key, unsigned int> after;
     for (const InspectedClass& known : second.classes) {
-      after.emplace(known.name, known.version);
+      after.emplace(Key(known.name, known.typeId), known.version);
     }
     for (const InspectedClass& known : first.classes) {
-      const auto found = after.find(known.name);
+      const auto found = after.find({known.name, known.typeId});
       if (found == after.end()) {
         result.classes.push_back({known.name, known.version, {}});
-      } else if (found->second != known.version) {
+        continue;
+      }
+      if (found->second != known.version) {
         result.classes.push_back({known.name, known.version, found->second});
       }
-      after.erase(known.name);
+      after.erase(found);
     }
     for (const InspectedClass& known : second.classes) {
-      if (after.contains(known.name)) {
+      if (after.contains({known.name, known.typeId})) {
         result.classes.push_back({known.name, {}, known.version});
       }
     }

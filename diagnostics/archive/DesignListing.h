@@ -58,8 +58,8 @@ struct DesignListing {
   std::vector<ArchiveProblem> problems;
 };
 
-/// Whether the class is one of those of the library whose objects are values of others: neither base
-/// parts nor shared objects.
+/// Whether the class is one of those of the library whose objects are values of others: neither
+/// base parts nor shared objects.
 bool isValueClass(unsigned int typeId);
 
 /// Lists the design of an archive without the classes of its application: those derive from classes

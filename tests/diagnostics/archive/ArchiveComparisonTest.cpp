@@ -91,6 +91,14 @@ TEST(ArchiveComparison, ClassesAndTheirVersions) {
             "- class Object: version 1 -> not there\n- class");
 }
 
+TEST(ArchiveComparison, TwoClassesOfOneNameAreTwo) {
+  std::string bytes = HandMadeArchive().with({{"App.A", 1}, {"App.B", 2}});
+  // The name of the second class; its type id stays.
+  bytes[bytes.rfind("App.B") + 4] = 'A';
+  TestSupport::repair(bytes);
+  EXPECT_EQ(difference(bytes, bytes), "");
+}
+
 TEST(ArchiveComparison, OwnValuesAsBytes) {
   EXPECT_EQ(difference(stepEnded(stepBegun("r", "red")), stepEnded(stepBegun("r", "blu"))),
             "~ object /A: own values changed\n");
