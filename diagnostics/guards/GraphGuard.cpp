@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "diagnostics/graph/DisplayText.h"
 #include "diagnostics/guards/LinkImage.h"
 #include "tessaril/module/ApplyModule.h"
 #include "tessaril/platform/parameterization/Object.h"
@@ -237,8 +238,9 @@ void GraphGuard::enforce(const BrokenRule& brokenRule, const Offender& offender)
     violation.module = nameOf(*offender.module);
     links = offender.isEdit ? linksOf(*offender.module) : std::string();
   }
-  violation.text = ruleName(violation.rule) + ": " + offenceText(violation, offender.kind, links) +
-                   ongoingText(violation.ongoing);
+  violation.text =
+      cleanText(ruleName(violation.rule) + ": " + offenceText(violation, offender.kind, links) +
+                ongoingText(violation.ongoing));
   if (handler) {
     handler(violation);
   }

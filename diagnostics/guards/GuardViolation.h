@@ -72,7 +72,7 @@ struct GuardViolation {
   unsigned thread = 0;
   /// What was going on, in the order in which it began.
   std::vector<GraphWork> ongoing;
-  /// All of that in one line.
+  /// All of that in one line of well-formed UTF-8, whatever the names.
   std::string text;
 };
 

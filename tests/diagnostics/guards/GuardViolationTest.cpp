@@ -77,6 +77,17 @@ TEST(GuardViolationTest, SaysAllOfItAsDataToo) {
   EXPECT_EQ(found[1].module, "/A");
 }
 
+TEST(GuardViolationTest, IsOneLineWhateverTheNames) {
+  ViolationLog violations;
+  const auto guard = std::make_shared<GraphGuard>(
+      violations.handler(), [](const ApplyModule&) { return std::string("two\nlines\xff"); });
+  editInAWalk(guard);
+  const auto found = violations.take();
+  ASSERT_EQ(found.size(), 2u);
+  EXPECT_THAT(found[0].text, testing::HasSubstr("the links of two lines\uFFFD were edited"));
+  EXPECT_EQ(found[0].module, "two\nlines\xff") << "the name itself is as it is";
+}
+
 TEST(GuardViolationTest, RulesHaveNames) {
   EXPECT_EQ(ruleName(GraphRule::NoEditDuringRun), "no edit during a run");
   EXPECT_EQ(ruleName(GraphRule::NoEditDuringWalk), "no edit during a walk");
