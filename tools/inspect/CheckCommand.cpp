@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "diagnostics/archive/ArchiveReport.h"
+#include "diagnostics/archive/ArchiveText.h"
 #include "diagnostics/graph/GraphChecker.h"
 #include "diagnostics/graph/RunReach.h"
 #include "tools/inspect/Commands.h"
@@ -16,9 +17,9 @@ using Diagnostics::GraphSnapshot;
 
 std::vector<GraphFinding> findingsOf(const GraphSnapshot& snapshot, const CheckOptions& options) {
   std::vector<GraphFinding> findings = checkGraph(snapshot);
-  if (!options.from.empty()) {
+  if (options.from && options.to) {
     const std::vector<GraphFinding> ofRun =
-        checkRun(snapshot, findModule(snapshot, options.from), findModule(snapshot, options.to));
+        checkRun(snapshot, findModule(snapshot, *options.from), findModule(snapshot, *options.to));
     findings.insert(findings.end(), ofRun.begin(), ofRun.end());
   }
   return findings;
@@ -48,7 +49,11 @@ int check(const CheckOptions& options, std::ostream& output) {
   if (options.json) {
     output << Diagnostics::dumpJson(toJson(findings, snapshot));
   } else {
-    output << findingsText(findings) << summary(snapshot, findings);
+    for (const GraphFinding& finding : findings) {
+      output << severityName(finding.severity) << ": " << Diagnostics::oneLine(finding.text)
+             << "\n";
+    }
+    output << summary(snapshot, findings);
   }
   return isFine(findings) ? kFine : kFindings;
 }

@@ -15,8 +15,8 @@ namespace {
 constexpr const char* kProgram = "tessaril-inspect";
 
 constexpr const char* kAbout =
-    "Looks into saved designs: what is in a file, what is wrong with its graph, and\n"
-    "what an update of it would do. It changes no design.";
+    "Looks into saved designs: what is in a file, what is wrong with its graph, what an\n"
+    "update of it would do, and what its updates cost. It changes no design.";
 
 constexpr const char* kExitCodes =
     "Exit code: 0 fine, 1 findings or differences, 2 bad usage or bad input, which is\n"
@@ -76,16 +76,33 @@ constexpr const char* kCheckFooter =
 constexpr const char* kDraw = "Draw the graph of a saved design";
 constexpr const char* kDrawFooter =
     "Draws the graph as SVG, which needs Graphviz's program dot, or as a text in its\n"
-    "language. What passes all filters is drawn.\n"
+    "language. What passes all filters is drawn. With --run, what the last run of a file\n"
+    "did with each module is drawn on it; see cost for such files.\n"
     "\n"
     "Examples\n"
     "  tessaril-inspect draw pair.tsr -o pair.svg\n"
     "  tessaril-inspect draw --around mesh --depth 1 pair.tsr -o mesh.svg\n"
     "  tessaril-inspect draw --chain \"chain 1\" --dot pair.tsr | less\n"
     "  tessaril-inspect draw --from requirements --to report pair.tsr -o range.svg\n"
+    "  tessaril-inspect draw --run run.json pair.tsr -o run.svg\n"
     "\n"
     "Exit code: 0; 2 for a file that cannot be read whole, a module or chain that is not\n"
     "there, or a picture that cannot be made.";
+
+constexpr const char* kCost = "Judge the speed rates of the modules by recorded runs";
+constexpr const char* kCostFooter =
+    "Compares what full applies took with what the progress of an update makes of the\n"
+    "modules' speed rates: which rates make it lie, and the rates that would make it true.\n"
+    "A saved design holds no times. RUN is a file in which the application has kept the\n"
+    "reports of its updates as JSON, one or a list of them. The more runs, the better.\n"
+    "\n"
+    "Examples\n"
+    "  tessaril-inspect cost run.json\n"
+    "  tessaril-inspect cost monday.json friday.json\n"
+    "  tessaril-inspect cost --json run.json | jq '.modules[] | select(.lies)'\n"
+    "\n"
+    "Exit code: 0 where the rates are as true as rates can be; 1 where some make the\n"
+    "progress lie; 2 for a file that holds no recorded runs.";
 
 constexpr const char* kExplain = "Estimate what an update of a saved design would do";
 constexpr const char* kExplainFooter =
@@ -99,6 +116,11 @@ constexpr const char* kExplainFooter =
     "\n"
     "Exit code: 0 where nothing is due; 1 where something would be applied; 2 for a file\n"
     "that cannot be read with the classes of the library, or a module that is not there.";
+
+/// No name of a file, a module or a chain is empty; a variable of a script may be.
+const CLI::Validator kNotEmpty(
+    [](const std::string& word) { return word.empty() ? std::string("is empty") : std::string(); },
+    "");
 
 /// What is called when its subcommand was given.
 struct Command {
@@ -119,6 +141,7 @@ class CommandLine {
     addCheck();
     addDraw();
     addExplain();
+    addCost();
   }
 
   int run(int argc, const char* const* argv, std::ostream& output) {
@@ -159,7 +182,7 @@ class CommandLine {
     return command;
   }
   void addFile(CLI::App& command, const std::string& name, std::string& file) {
-    command.add_option(name, file, "A saved design")->required()->type_name("");
+    command.add_option(name, file, "A saved design")->required()->type_name("")->check(kNotEmpty);
   }
   void addJson(CLI::App& command, bool& json) {
     command.add_flag("--json", json, "The same facts as JSON");
@@ -170,9 +193,10 @@ class CommandLine {
                 ->type_name("LIBRARY")
                 ->allow_extra_args(false);
   }
-  CLI::Option& addWord(CLI::App& command, const std::string& name, std::string& word,
+  template <typename Word>
+  CLI::Option& addWord(CLI::App& command, const std::string& name, Word& word,
                        const std::string& type, const std::string& about) {
-    return *command.add_option(name, word, about)->type_name(type);
+    return *command.add_option(name, word, about)->type_name(type)->check(kNotEmpty);
   }
 
   void addShow() {
@@ -201,7 +225,8 @@ class CommandLine {
     commands.push_back({&command, [this](std::ostream& out) { return check(checkOptions, out); }});
   }
 
-  void addRange(CLI::App& command, std::string& from, std::string& to) {
+  void addRange(CLI::App& command, std::optional<std::string>& from,
+                std::optional<std::string>& to) {
     CLI::Option& first = addWord(command, "--from", from, "MODULE", "Where an update would start");
     CLI::Option& last = addWord(command, "--to", to, "MODULE", "Where an update would end");
     first.needs(&last);
@@ -226,7 +251,9 @@ class CommandLine {
     command
         .add_option("--depth", drawOptions.depth, "At most that many links from the named module")
         ->type_name("N");
-    addWord(command, "--title", drawOptions.title, "TEXT", "Stands above the picture");
+    addWord(command, "--run", drawOptions.run, "RUN",
+            "Recorded runs; what the last one did is marked");
+    command.add_option("--title", drawOptions.title, "Stands above the picture")->type_name("TEXT");
     addWord(command, "--detail", drawOptions.detail, "DETAIL", "How much is written on the modules")
         .check(CLI::IsMember({"auto", "full", "brief"}));
     command.add_flag("--no-legend", drawOptions.noLegend, "Leave the legend out");
@@ -251,6 +278,16 @@ class CommandLine {
         {&command, [this](std::ostream& out) { return explain(explainOptions, out); }});
   }
 
+  void addCost() {
+    CLI::App& command = add("cost", kCost, kCostFooter);
+    command.add_option("RUN", costOptions.runs, "Files of recorded runs")
+        ->required()
+        ->type_name("")
+        ->check(kNotEmpty);
+    addJson(command, costOptions.json);
+    commands.push_back({&command, [this](std::ostream& out) { return cost(costOptions, out); }});
+  }
+
   CLI::App app;
   std::vector<Command> commands;
   ShowOptions showOptions;
@@ -258,6 +295,7 @@ class CommandLine {
   CheckOptions checkOptions;
   DrawOptions drawOptions;
   ExplainOptions explainOptions;
+  CostOptions costOptions;
 };
 
 }  // namespace

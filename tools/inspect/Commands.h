@@ -39,9 +39,9 @@ int diff(const DiffOptions& options, std::ostream& output);
 struct CheckOptions {
   std::string file;
   std::vector<std::string> libraries;
-  /// Names of modules; empty for none.
-  std::string from;
-  std::string to;
+  /// Names of modules: both or none.
+  std::optional<std::string> from;
+  std::optional<std::string> to;
   bool json = false;
 };
 int check(const CheckOptions& options, std::ostream& output);
@@ -49,18 +49,20 @@ int check(const CheckOptions& options, std::ostream& output);
 struct DrawOptions {
   std::string file;
   std::vector<std::string> libraries;
-  /// Empty for the standard output.
-  std::string target;
+  /// A file; none for the standard output.
+  std::optional<std::string> target;
   bool dot = false;
   bool json = false;
-  // Filters; empty for none. What passes all of them is drawn.
-  std::string chain;
-  std::string ancestors;
-  std::string followers;
-  std::string around;
-  std::string from;
-  std::string to;
+  // Filters. What passes all of them is drawn.
+  std::optional<std::string> chain;
+  std::optional<std::string> ancestors;
+  std::optional<std::string> followers;
+  std::optional<std::string> around;
+  std::optional<std::string> from;
+  std::optional<std::string> to;
   std::optional<std::size_t> depth;
+  /// A file of recorded runs; what the last one did is drawn.
+  std::optional<std::string> run;
   std::string title;
   std::string detail = "auto";
   bool noLegend = false;
@@ -70,12 +72,19 @@ int draw(const DrawOptions& options, std::ostream& output);
 struct ExplainOptions {
   std::string file;
   std::vector<std::string> libraries;
-  /// Names of modules. Empty: the start of the graph, and the end of the graph.
-  std::string from;
-  std::string to;
-  std::string horizon;
+  /// Names of modules. None: the start of the graph, the end of the graph, no horizon.
+  std::optional<std::string> from;
+  std::optional<std::string> to;
+  std::optional<std::string> horizon;
   bool json = false;
 };
 int explain(const ExplainOptions& options, std::ostream& output);
+
+struct CostOptions {
+  /// Files of recorded runs.
+  std::vector<std::string> runs;
+  bool json = false;
+};
+int cost(const CostOptions& options, std::ostream& output);
 
 }  // namespace Tessaril::Inspect

@@ -7,6 +7,7 @@
 #include "tools/inspect/Commands.h"
 #include "tools/inspect/InputFile.h"
 #include "tools/inspect/ModuleNames.h"
+#include "tools/inspect/RunFile.h"
 
 namespace Tessaril::Inspect {
 namespace {
@@ -22,21 +23,21 @@ class Filters {
 
   /// Empty where nothing is filtered.
   std::optional<ModuleSelection> selected() {
-    if (!options.chain.empty()) {
-      narrow(modulesOfChain(snapshot, findChain(snapshot, options.chain)));
+    if (options.chain) {
+      narrow(modulesOfChain(snapshot, findChain(snapshot, *options.chain)));
     }
-    if (!options.ancestors.empty()) {
-      narrow(ancestorsOf(snapshot, findModule(snapshot, options.ancestors), options.depth));
+    if (options.ancestors) {
+      narrow(ancestorsOf(snapshot, findModule(snapshot, *options.ancestors), options.depth));
     }
-    if (!options.followers.empty()) {
-      narrow(followersOf(snapshot, findModule(snapshot, options.followers), options.depth));
+    if (options.followers) {
+      narrow(followersOf(snapshot, findModule(snapshot, *options.followers), options.depth));
     }
-    if (!options.around.empty()) {
-      narrow(neighbourhoodOf(snapshot, findModule(snapshot, options.around), options.depth));
+    if (options.around) {
+      narrow(neighbourhoodOf(snapshot, findModule(snapshot, *options.around), options.depth));
     }
-    if (!options.from.empty()) {
-      narrow(modulesBetween(snapshot, findModule(snapshot, options.from),
-                            findModule(snapshot, options.to)));
+    if (options.from && options.to) {
+      narrow(modulesBetween(snapshot, findModule(snapshot, *options.from),
+                            findModule(snapshot, *options.to)));
     }
     return selection;
   }
@@ -50,6 +51,22 @@ class Filters {
   const DrawOptions& options;
   std::optional<ModuleSelection> selection;
 };
+
+/// A report names modules as seen from the design, a picture by their paths from the root. Modules
+/// that the file does not have any more get no mark.
+Diagnostics::RunMarks marksOf(const std::string& file, const GraphSnapshot& snapshot) {
+  std::vector<Diagnostics::RunReport> runs = readRuns(file);
+  if (runs.empty()) {
+    throw InputError(file + ": no run is recorded in it");
+  }
+  const ModulesByName modules(snapshot);
+  for (Diagnostics::ReportedModule& module : runs.back().modules) {
+    if (const std::optional<std::size_t> found = modules.find(module.name)) {
+      module.name = snapshot.modules[*found].name;
+    }
+  }
+  return runMarksOf(runs.back(), snapshot);
+}
 
 PictureDetail detailOf(const DrawOptions& options) {
   if (options.detail == "auto") {
@@ -76,6 +93,9 @@ std::string pictureOf(const DrawOptions& options) {
   picture.detail = detailOf(options);
   picture.legend = !options.noLegend;
   picture.shown = Filters(snapshot, options).selected();
+  if (options.run) {
+    picture.runMarks = marksOf(*options.run, snapshot);
+  }
   if (options.json) {
     return jsonOf(snapshot, picture.shown);
   }
@@ -85,11 +105,17 @@ std::string pictureOf(const DrawOptions& options) {
 }  // namespace
 
 int draw(const DrawOptions& options, std::ostream& output) {
+  if (options.depth && !options.ancestors && !options.followers && !options.around) {
+    throw InputError("--depth requires --ancestors, --followers or --around; see --help");
+  }
+  if (options.target && isArchive(*options.target)) {
+    throw InputError(*options.target + ": is a saved design, which a picture does not replace");
+  }
   const std::string text = pictureOf(options);
-  if (options.target.empty()) {
-    output << text;
+  if (options.target) {
+    ReferencePlatform::replaceFile(*options.target, text);
   } else {
-    ReferencePlatform::replaceFile(options.target, text);
+    output << text;
   }
   return kFine;
 }

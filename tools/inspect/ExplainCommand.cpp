@@ -38,6 +38,9 @@ ModulePtr onlyStart(const LoadedDesign& loaded) {
   std::vector<ModulePtr> starts;
   std::copy_if(loaded.modules.begin(), loaded.modules.end(), std::back_inserter(starts),
                [](const ModulePtr& module) { return !hasPrevious(module); });
+  if (loaded.modules.empty()) {
+    throw InputError("the design has no modules");
+  }
   if (starts.empty()) {
     throw InputError("no module is without a previous one; name a start with --from");
   }
@@ -82,11 +85,9 @@ bool isDue(const RunEstimate& estimate) {
 int explain(const ExplainOptions& options, std::ostream& output) {
   loadLibraries(options.libraries);
   const LoadedDesign loaded = loadFile(options.file);
-  const ModulePtr start =
-      options.from.empty() ? onlyStart(loaded) : moduleNamed(loaded, options.from);
-  const ModulePtr end = options.to.empty() ? endOf(start) : moduleNamed(loaded, options.to);
-  const ModulePtr horizon =
-      options.horizon.empty() ? nullptr : moduleNamed(loaded, options.horizon);
+  const ModulePtr start = options.from ? moduleNamed(loaded, *options.from) : onlyStart(loaded);
+  const ModulePtr end = options.to ? moduleNamed(loaded, *options.to) : endOf(start);
+  const ModulePtr horizon = options.horizon ? moduleNamed(loaded, *options.horizon) : nullptr;
   const RunEstimate estimate =
       Diagnostics::explainBefore(Diagnostics::RunRange{loaded.design, start, end, horizon});
   output << (options.json ? Diagnostics::dumpJson(toJson(estimate)) : tableOf(estimate));

@@ -1,8 +1,10 @@
 #include "tools/inspect/InputFile.h"
 
+#include <fstream>
 #include <utility>
 
 #include "reference_platform/persistence_archiver/ArchiveFile.h"
+#include "reference_platform/persistence_archiver/ArchiveLayout.h"
 #include "tools/inspect/Commands.h"
 
 namespace Tessaril::Inspect {
@@ -33,6 +35,13 @@ InspectedArchive inspectWholeFile(const std::string& file) {
   return archive;
 }
 
+bool isArchive(const std::string& file) {
+  constexpr std::string_view kMagic = ReferencePlatform::ArchiveLayout::kMagic;
+  std::string begin(kMagic.size(), '\0');
+  std::ifstream stream(file, std::ios::binary);
+  return stream.read(begin.data(), static_cast<std::streamsize>(begin.size())) && begin == kMagic;
+}
+
 LoadedDesign loadFile(const std::string& file) {
   const std::string bytes = ReferencePlatform::readFile(file);
   try {
@@ -45,7 +54,11 @@ LoadedDesign loadFile(const std::string& file) {
 Diagnostics::GraphSnapshot graphOf(const std::string& file,
                                    const std::vector<std::string>& libraries) {
   if (libraries.empty()) {
-    return snapshotOf(inspectWholeFile(file));
+    const InspectedArchive archive = inspectWholeFile(file);
+    if (!archive.design.hasLinks) {
+      throw InputError(file + ": no links of its modules are stored");
+    }
+    return snapshotOf(archive);
   }
   loadLibraries(libraries);
   const LoadedDesign loaded = loadFile(file);

@@ -30,6 +30,15 @@ std::vector<std::size_t> candidates(const std::vector<std::string>& names,
   return found;
 }
 
+std::vector<std::string> namesOf(const GraphSnapshot& snapshot) {
+  std::vector<std::string> names;
+  names.reserve(snapshot.modules.size());
+  for (const SnapshotModule& module : snapshot.modules) {
+    names.push_back(module.name);
+  }
+  return names;
+}
+
 }  // namespace
 
 std::size_t findModule(const std::vector<std::string>& names, const std::string& word) {
@@ -45,12 +54,29 @@ std::size_t findModule(const std::vector<std::string>& names, const std::string&
 }
 
 std::size_t findModule(const GraphSnapshot& snapshot, const std::string& word) {
-  std::vector<std::string> names;
-  names.reserve(snapshot.modules.size());
-  for (const SnapshotModule& module : snapshot.modules) {
-    names.push_back(module.name);
+  return findModule(namesOf(snapshot), word);
+}
+
+ModulesByName::ModulesByName(const GraphSnapshot& snapshot) {
+  const std::vector<std::string> names = namesOf(snapshot);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    whole.try_emplace(names[i], i);
+    for (std::size_t slash = names[i].find('/'); slash != std::string::npos;
+         slash = names[i].find('/', slash + 1)) {
+      const auto [place, isNew] = ends.try_emplace(names[i].substr(slash + 1), i);
+      if (!isNew) {
+        place->second = std::nullopt;
+      }
+    }
   }
-  return findModule(names, word);
+}
+
+std::optional<std::size_t> ModulesByName::find(const std::string& word) const {
+  if (const auto found = whole.find(word); found != whole.end()) {
+    return found->second;
+  }
+  const auto found = ends.find(word);
+  return found == ends.end() ? std::nullopt : found->second;
 }
 
 Identifier findChain(const GraphSnapshot& snapshot, const std::string& word) {

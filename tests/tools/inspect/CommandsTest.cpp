@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "diagnostics/run/CostReport.h"
 #include "tests/diagnostics/archive/SavedGraph.h"
 #include "tests/persistence/GoldenFiles.h"
 #include "tests/tools/inspect/InspectProgram.h"
@@ -15,6 +16,7 @@
 namespace Tessaril::Inspect {
 namespace {
 
+using Diagnostics::RunReport;
 using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -31,6 +33,7 @@ class DiffCommand : public InspectTest {};
 class CheckCommand : public InspectTest {};
 class DrawCommand : public InspectTest {};
 class ExplainCommand : public InspectTest {};
+class CostCommand : public InspectTest {};
 class BadInput : public InspectTest {};
 
 /// Two modules A and B below the root, and links that the test adds.
@@ -200,7 +203,7 @@ TEST_F(CheckCommand, TellsWhatARangeDoesNotReach) {
   const Result result = inspect("check --from A --to /B " + name);
   // Remarks alone are fine.
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_THAT(result.output, HasSubstr("remark: /C is behind the end"));
+  EXPECT_THAT(result.output, HasSubstr("/C are behind the end"));
   const Result backwards = inspect("check --from C --to A " + name);
   EXPECT_EQ(backwards.exitCode, 1);
   EXPECT_THAT(backwards.output, HasSubstr("error: "));
@@ -212,6 +215,25 @@ TEST_F(CheckCommand, RefusesHalfARangeAndModulesThatAreNotThere) {
             "tessaril-inspect: --from requires --to; see --help\n");
   EXPECT_EQ(refusal("check --from A --to X " + name),
             "tessaril-inspect: there is no module \"X\"; 'tessaril-inspect show' lists them\n");
+}
+
+TEST_F(CheckCommand, RefusesADesignWithoutLinks) {
+  HandMadeArchive archive;
+  archive.number(1).open("Object").text("design").number(0).close().number(5);
+  const std::string name = file("a.tsr", archive.with(presentClasses()));
+  EXPECT_EQ(refusal("check " + name),
+            "tessaril-inspect: a.tsr: no links of its modules are stored\n");
+  EXPECT_THAT(refusal("draw --dot " + name), HasSubstr("no links"));
+  EXPECT_EQ(inspect("show " + name).exitCode, 0);
+}
+
+TEST_F(CheckCommand, NamesCannotControlATerminal) {
+  const std::string bytes =
+      smallDesign([](HandMadeArchive& links) { record(links, "/A", {}, {"/\x1b[31mgone"}); }, 1);
+  const Result result = inspect("check " + file("a.tsr", bytes));
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.output, HasSubstr("[31mgone"));
+  EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
 }
 
 // draw
@@ -270,6 +292,165 @@ TEST_F(DrawCommand, RefusesWhatCannotBeDrawn) {
   EXPECT_THAT(refusal("draw " + name, "PATH=/nowhere"), HasSubstr("dot"));
 }
 
+TEST_F(DrawCommand, AnEmptyNameIsNoName) {
+  const std::string name = file("a.tsr", savedGraph("A -> B"));
+  for (const std::string option :
+       {"--around", "--ancestors", "--followers", "--chain", "--output", "--run"}) {
+    EXPECT_EQ(refusal("draw --dot " + option + " '' " + name),
+              "tessaril-inspect: " + option + ": is empty; see --help\n");
+  }
+  EXPECT_THAT(refusal("check --from '' --to A " + name), HasSubstr("--from: is empty"));
+  EXPECT_THAT(refusal("show ''"), HasSubstr("FILE: is empty"));
+  EXPECT_EQ(inspect("draw --dot --title '' " + name).exitCode, 0);
+}
+
+TEST_F(DrawCommand, ADepthBelongsToAModule) {
+  EXPECT_EQ(refusal("draw --dot --depth 1 " + file("a.tsr", savedGraph("A -> B"))),
+            "tessaril-inspect: --depth requires --ancestors, --followers or --around; see "
+            "--help\n");
+}
+
+TEST_F(DrawCommand, ReplacesNoDesign) {
+  const std::string bytes = savedGraph("A -> B");
+  const std::string name = file("a.tsr", bytes);
+  EXPECT_EQ(refusal("draw --dot -o a.tsr " + name),
+            "tessaril-inspect: a.tsr: is a saved design, which a picture does not replace\n");
+  EXPECT_EQ(contentsOf(name), bytes);
+  file("old.svg", "<svg/>");
+  EXPECT_EQ(inspect("draw --dot -o old.svg " + name).exitCode, 0);
+  EXPECT_THAT(contentsOf("old.svg"), StartsWith("digraph"));
+}
+
+/// Two applies, of which only the rates make a progress that is not true.
+RunReport recordedRun() {
+  using Diagnostics::Deed;
+  using Diagnostics::Microseconds;
+  RunReport report;
+  report.outcome = RunReport::Outcome::Finished;
+  report.description = "Update";
+  report.duration = Microseconds(1000.0);
+  for (const std::string name : {"A", "B", "gone"}) {
+    Diagnostics::ReportedModule& module = report.modules.emplace_back();
+    module.name = name;
+    module.speedRate = 3;
+  }
+  report.modules[0].next = {1};
+  report.modules[1].next = {2};
+  report.modules[2].place = Diagnostics::Place::BehindEnd;
+  const auto addStep = [&report](std::size_t module, Deed deed, double begin, double duration) {
+    Diagnostics::RunStep& step = report.steps.emplace_back();
+    step.module = module;
+    step.deed = deed;
+    step.reason = "because of a test";
+    step.begin = Microseconds(begin);
+    step.duration = Microseconds(duration);
+    step.progressAfter = 50.0;
+  };
+  addStep(0, Deed::FullApply, 0.0, 990.0);
+  addStep(1, Deed::FullApply, 990.0, 5.0);
+  addStep(2, Deed::AutoApply, 995.0, 5.0);
+  report.steps.emplace_back().module = 2;
+  return report;
+}
+
+TEST_F(DrawCommand, MarksWhatARecordedRunDid) {
+  const std::string name = file("a.tsr", savedGraph("A -> B"));
+  RunReport before = recordedRun();
+  before.steps[0].failure = "too early";
+  const json runs{json(toJson(before)), json(toJson(recordedRun()))};
+  file("run.json", runs.dump());
+  const Result result = inspect("draw --dot --run run.json " + name);
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_THAT(result.output, HasSubstr("full apply"));
+  EXPECT_THAT(result.output, HasSubstr("990"));
+  EXPECT_THAT(result.output, HasSubstr("because of a test"));
+  EXPECT_THAT(result.output, Not(HasSubstr("too early")));
+  file("none.json", "[]");
+  EXPECT_THAT(refusal("draw --dot --run none.json " + name), HasSubstr("no run is recorded"));
+}
+
+// cost
+
+TEST_F(CostCommand, ReadsWhatTheRecorderWrites) {
+  const RunReport report = recordedRun();
+  file("run.json", toJson(report).dump());
+  const Result result = inspect("cost --json run.json");
+  EXPECT_EQ(result.exitCode, 1) << result.errors;
+  EXPECT_EQ(json::parse(result.output), json(toJson(Diagnostics::costReport({report}))));
+  const Result table = inspect("cost run.json");
+  EXPECT_EQ(table.exitCode, 1);
+  EXPECT_EQ(table.output, tableOf(Diagnostics::costReport({report})));
+}
+
+TEST_F(CostCommand, GathersRunsFromSeveralFilesAndLists) {
+  RunReport undo = recordedRun();
+  undo.kind = RunReport::Kind::Undo;
+  file("one.json", toJson(recordedRun()).dump());
+  file("two.json", json{json(toJson(recordedRun())), json(toJson(undo))}.dump());
+  const Result result = inspect("cost --json one.json two.json");
+  EXPECT_EQ(json::parse(result.output)["runs"], 2);
+}
+
+TEST_F(CostCommand, TrueRatesAreFine) {
+  RunReport report = recordedRun();
+  report.steps[1].duration = report.steps[0].duration;
+  file("run.json", toJson(report).dump());
+  EXPECT_EQ(inspect("cost run.json").exitCode, 0);
+}
+
+TEST_F(CostCommand, ReadsRunsOfEveryDeed) {
+  RunReport report = recordedRun();
+  for (int deed = 0; deed <= static_cast<int>(Diagnostics::Deed::ExecutedAgain); ++deed) {
+    report.steps.emplace_back().deed = static_cast<Diagnostics::Deed>(deed);
+  }
+  file("run.json", toJson(report).dump());
+  EXPECT_EQ(inspect("cost run.json").exitCode, 1);
+}
+
+TEST_F(CostCommand, RefusesWhatIsNoRecordedRun) {
+  const auto refusalOf = [this](const std::string& text) {
+    file("run.json", text);
+    return refusal("cost run.json");
+  };
+  const auto changed = [](const std::string& pointer, const json& value) {
+    json run = toJson(recordedRun());
+    run[json::json_pointer(pointer)] = value;
+    return run.dump();
+  };
+  const std::string begin = "tessaril-inspect: run.json: no recorded run: ";
+  EXPECT_EQ(refusalOf(""),
+            "tessaril-inspect: run.json: no JSON: it breaks off or goes wrong at byte 1\n");
+  EXPECT_THAT(refusalOf(toJson(recordedRun()).dump().substr(0, 100)), HasSubstr("no JSON"));
+  EXPECT_EQ(refusalOf("{}"), begin + "\"kind\" is missing\n");
+  EXPECT_EQ(refusalOf("[7]"), begin + "\"kind\" is missing\n");
+  EXPECT_EQ(refusalOf(changed("/kind", "walk")), begin + "\"kind\" is \"walk\"\n");
+  EXPECT_EQ(refusalOf(changed("/modules", 1)), begin + "\"modules\" is no list\n");
+  EXPECT_EQ(refusalOf(changed("/modules/0/name", 1)), begin + "\"name\" is no text\n");
+  EXPECT_EQ(refusalOf(changed("/modules/0/place", "")), begin + "\"place\" is \"\"\n");
+  EXPECT_EQ(refusalOf(changed("/modules/0/speedRate", 6)),
+            begin + "\"speedRate\" is 6, which is no speed rate\n");
+  EXPECT_EQ(refusalOf(changed("/modules/0/speedRate", 0.5)),
+            begin + "\"speedRate\" is 0.5, which is no speed rate\n");
+  for (const json& next : {json(3), json(-1), json("B"), json(0.5)}) {
+    EXPECT_EQ(refusalOf(changed("/modules/0/next", json::array({next}))),
+              begin + "\"next\" names a module that is not there\n");
+  }
+  EXPECT_EQ(refusalOf(changed("/steps/0/module", "C")), begin + "\"C\" is none of its modules\n");
+  EXPECT_EQ(refusalOf(changed("/steps/0/done", "sung")), begin + "\"done\" is \"sung\"\n");
+  EXPECT_EQ(refusalOf(changed("/steps/0/durationMicroseconds", -1)),
+            begin + "\"durationMicroseconds\" is -1\n");
+  EXPECT_EQ(refusalOf(changed("/steps/0/durationMicroseconds", 1e300)),
+            begin + "\"durationMicroseconds\" is 1e+300\n");
+  EXPECT_EQ(refusalOf(changed("/steps/0/durationMicroseconds", "long")),
+            begin + "\"durationMicroseconds\" is no number\n");
+  EXPECT_EQ(refusalOf(changed("/modules/0/speedRate", nullptr)),
+            "tessaril-inspect: the cost of \"A\" cannot be judged: its speed rate was not "
+            "recorded\n");
+  EXPECT_THAT(refusalOf(savedGraph("A")), HasSubstr("no JSON"));
+  EXPECT_EQ(refusal("cost"), "tessaril-inspect: RUN is required; see --help\n");
+  EXPECT_THAT(refusal("cost no.json"), HasSubstr("no.json: cannot be read"));
+}
+
 // explain
 
 TEST_F(ExplainCommand, NeedsALibrary) {
@@ -305,6 +486,42 @@ TEST_F(BadInput, OfEveryCommand) {
   EXPECT_THAT(refusal("show empty.tsr"), HasSubstr("empty.tsr: this is no design archive"));
   EXPECT_THAT(refusal("show cut.tsr"), HasSubstr("cut.tsr: cut at byte 19"));
   EXPECT_THAT(refusal("show ."), HasSubstr("cannot be read"));
+}
+
+TEST_F(BadInput, FilesMayHaveTheNamesOfCommandsAndOptions) {
+  const std::string bytes = savedGraph("A -> B");
+  EXPECT_EQ(inspect("show " + file("show", bytes)).exitCode, 0);
+  EXPECT_EQ(inspect("diff show " + file("check", bytes)).exitCode, 0);
+  EXPECT_EQ(inspect("check -- " + file("--json", bytes)).output, "2 modules: nothing found\n");
+}
+
+TEST_F(BadInput, OfAFolderOrADeviceInThePlaceOfAFile) {
+  for (const std::string command : {"show", "check", "draw --dot", "diff .", "cost"}) {
+    EXPECT_EQ(refusal(command + " ."), "tessaril-inspect: .: cannot be read: Is a directory\n");
+  }
+  EXPECT_THAT(refusal("show /dev/zero"), HasSubstr("it is a device"));
+}
+
+TEST_F(BadInput, OfAFileThatCanBeOpenedButNotRead) {
+  EXPECT_THAT(refusal("show /proc/self/mem"),
+              StartsWith("tessaril-inspect: /proc/self/mem: cannot be read: "));
+}
+
+TEST_F(BadInput, OfAPipe) {
+  file("a.tsr", savedGraph("A -> B"));
+  EXPECT_EQ(inspect("check /dev/stdin <a.tsr").exitCode, 0);
+  EXPECT_EQ(inspect("check /dev/stdin", "cat a.tsr |").output, "2 modules: nothing found\n");
+  EXPECT_THAT(refusal("check /dev/stdin </dev/null"), HasSubstr("it is a device"));
+}
+
+TEST_F(BadInput, OfAReaderThatGoesAway) {
+  file("a.tsr", savedGraph("A -> B"));
+  // A pipe that nobody reads; where its signal is ignored, writing fails.
+  file("run.sh", "mkfifo pipe; exec 3<>pipe 4>pipe 3<&-; trap '' PIPE; '" +
+                     std::string(TESSARIL_INSPECT) + "' show a.tsr >&4");
+  const Result result = run("/bin/sh", "run.sh");
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.errors, "tessaril-inspect: the output cannot be written\n");
 }
 
 TEST_F(BadInput, OfAnOutputThatCannotBeWritten) {

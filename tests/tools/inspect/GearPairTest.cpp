@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "tests/diagnostics/archive/SavedGraph.h"
 #include "tests/tools/inspect/InspectProgram.h"
 
 #ifdef GEAR_PAIR_PROGRAM
@@ -108,6 +109,14 @@ TEST_F(GearPairFile, IsCheckedWithItsClasses) {
   const Result result = inspect("check " + kLoad + "pair.tsr");
   EXPECT_EQ(result.exitCode, 0) << result.errors;
   EXPECT_EQ(result.output, "9 modules: nothing found\n");
+}
+
+TEST_F(GearPairFile, SaysThatADesignHasNoModules) {
+  TestSupport::HandMadeArchive archive;
+  archive.number(1).open("Object").text("design").number(0).close();
+  archive.open("ApplyModuleData").number(0).close();
+  file("a.tsr", archive.with(TestSupport::presentClasses()));
+  EXPECT_EQ(refusal("explain " + kLoad + "a.tsr"), "tessaril-inspect: the design has no modules\n");
 }
 
 TEST_F(GearPairFile, NamesModulesThatAreNotThere) {

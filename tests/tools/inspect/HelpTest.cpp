@@ -27,7 +27,7 @@ class Help : public InspectTest {
   }
 };
 
-const std::set<std::string> kCommands{"show", "diff", "check", "draw", "explain"};
+const std::set<std::string> kCommands{"show", "diff", "check", "draw", "explain", "cost"};
 
 std::set<std::string> optionsIn(const std::string& text) {
   static const std::regex kOption("--[a-z]+(-[a-z]+)*");

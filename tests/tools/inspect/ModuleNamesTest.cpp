@@ -28,5 +28,20 @@ TEST(ModuleNames, RefusesWhatNamesNoneOrSeveral) {
   }
 }
 
+TEST(ModulesByName, FollowTheSameRule) {
+  Diagnostics::GraphSnapshot snapshot;
+  for (const std::string& name : kNames) {
+    snapshot.modules.emplace_back().name = name;
+  }
+  const ModulesByName modules(snapshot);
+  EXPECT_EQ(modules.find("/b/gear"), 1U);
+  EXPECT_EQ(modules.find("a/gear"), 0U);
+  EXPECT_EQ(modules.find("long rack"), 4U);
+  EXPECT_EQ(modules.find("rack"), 3U);
+  for (const std::string word : {"gear", "ear", "", "/gear/", "wheel"}) {
+    EXPECT_EQ(modules.find(word), std::nullopt) << word;
+  }
+}
+
 }  // namespace
 }  // namespace Tessaril::Inspect
