@@ -4,267 +4,183 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <unordered_map>
 #include <utility>
 
+#include "diagnostics/run/ProgressModel.h"
 #include "diagnostics/run/RunJson.h"
 #include "diagnostics/run/TextTable.h"
-
-// How the truthful rates are found. The weights of the rates are steps of a ladder, and only their
-// ratios count. Whatever scale turns times into weights, each module gets the rate whose weight is
-// nearest to its scaled time; so the rates change only at the scales where some module's time
-// crosses the middle between two weights, and one scale between each two of those is tried.
+#include "diagnostics/run/TruthfulRates.h"
 
 namespace Tessaril::Diagnostics {
 namespace {
 
-using Speed = LegacyProgress::Speed;
-using Rate = Speed::Rate;
+using Rate = LegacyProgress::Speed::Rate;
 
-/// An update leaves the last percents of its progress to its end.
-constexpr int kLastMark = 98;
-/// Points of progress that are not worth a change of a rate.
-constexpr double kTolerance = 2.0;
-constexpr std::size_t kMostScales = 4000;
-constexpr std::size_t kMostCopies = 1'000'000;
+constexpr int kLastMark = ProgressModel::kLastMark;
 constexpr std::size_t kWidestName = 24;
 
-int partition(const std::vector<Rate>& added, Rate rate) {
-  Speed speed;
-  for (const Rate one : added) {
-    speed.add(one);
-  }
-  return speed.getPartitionFromRate(rate);
-}
-
-bool weighsNothing(Rate rate, const std::vector<RateChoice>& rates) {
-  return std::all_of(rates.begin(), rates.end(), [rate](const RateChoice& other) {
-    return other.rate == rate || partition({other.rate, rate}, other.rate) == 100;
-  });
-}
-
-/// How many times `light` goes into `heavy`: as many copies as push it below one percent, in units
-/// of the 99 that an equal weight would take.
-double ratio(Rate heavy, Rate light) {
-  Speed speed;
-  speed.add(heavy);
-  std::size_t copies = 0;
-  while (copies < kMostCopies) {
-    speed.add(light);
-    if (speed.getPartitionFromRate(heavy) < 1) {
-      break;
-    }
-    ++copies;
-  }
-  return static_cast<double>(copies) / 99.0;
-}
-
-std::optional<Rate> lightestOf(const std::vector<RateChoice>& rates) {
-  std::optional<Rate> lightest;
-  for (const RateChoice& choice : rates) {
-    if (!weighsNothing(choice.rate, rates) &&
-        (!lightest || partition({choice.rate, *lightest}, choice.rate) <
-                          partition({choice.rate, *lightest}, *lightest))) {
-      lightest = choice.rate;
-    }
-  }
-  return lightest;
-}
-
-/// The progress at the end of each apply, as an update computes it.
-std::vector<int> marksOf(const std::vector<Rate>& rates) {
-  std::vector<int> shares(rates.size());
-  Speed speed;
-  for (std::size_t i = rates.size(); i-- > 0;) {
-    speed.add(rates[i]);
-    shares[i] = speed.getPartitionFromRate(rates[i]);
-  }
-  std::vector<int> marks;
-  int mark = 0;
-  for (const int share : shares) {
-    mark += (kLastMark - mark) * share / 100;
-    marks.push_back(mark);
-  }
-  return marks;
-}
-
-double errorOf(const std::vector<Rate>& rates, const std::vector<double>& times) {
-  double total = 0.0;
-  for (const double time : times) {
-    total += time;
-  }
-  double error = 0.0;
-  double passed = 0.0;
-  const std::vector<int> marks = marksOf(rates);
-  for (std::size_t i = 0; i < times.size() && total > 0.0; ++i) {
-    passed += times[i];
-    error = std::max(error, std::abs(marks[i] - kLastMark * passed / total));
-  }
-  return error;
-}
-
-class RateSearch {
+/// Finds modules of one run among those of the runs before it: the same module by its address as
+/// long as it lives, another one (of a design that was loaded again) by its name. Two modules of
+/// one run are never the same.
+class ModuleFinder {
  public:
-  RateSearch(std::vector<Rate> presentRates, std::vector<double> meanTimes,
-             const std::vector<RateChoice>& choices)
-      : present(std::move(presentRates)), times(std::move(meanTimes)) {
-    for (const RateChoice& choice : choices) {
-      ladder.emplace_back(weightOf(choice, choices), choice.rate);
-    }
-    std::stable_sort(ladder.begin(), ladder.end(),
-                     [](const auto& left, const auto& right) { return left.first < right.first; });
-    for (std::size_t i = 0; i + 1 < ladder.size(); ++i) {
-      const double low = ladder[i].first;
-      const double high = ladder[i + 1].first;
-      middles.push_back(low > 0.0 ? std::sqrt(low * high) : high / 2.0);
-    }
-  }
-
-  std::vector<Rate> find() const {
-    std::vector<std::vector<Rate>> candidates{present};
-    for (const double scale : scales()) {
-      candidates.push_back(ratesFor(scale));
-    }
-    std::vector<double> errors;
-    errors.reserve(candidates.size());
-    for (const auto& candidate : candidates) {
-      errors.push_back(errorOf(candidate, times));
-    }
-    const double bound = *std::min_element(errors.begin(), errors.end()) + kTolerance;
-    std::optional<std::size_t> best;
-    for (std::size_t i = 0; i < candidates.size(); ++i) {
-      if (errors[i] <= bound && (!best || changes(candidates[i]) < changes(candidates[*best]))) {
-        best = i;
+  /// For each module of the report on the way its place in the order in which they were found.
+  std::vector<std::optional<std::size_t>> placesOf(const RunReport& report) {
+    std::vector<std::optional<std::size_t>> places(report.modules.size());
+    std::vector<bool> isTaken(count, false);
+    for (std::size_t m = 0; m < places.size(); ++m) {
+      if (report.modules[m].place == Place::OnTheWay) {
+        places[m] = findLiving(report.modules[m]);
+      }
+      if (places[m]) {
+        isTaken[*places[m]] = true;
       }
     }
-    return withoutNeedlessChanges(candidates[*best], bound);
+    for (std::size_t m = 0; m < places.size(); ++m) {
+      if (report.modules[m].place == Place::OnTheWay && !places[m]) {
+        places[m] = findOrAdd(report.modules[m], isTaken);
+      }
+    }
+    return places;
   }
 
  private:
-  std::vector<double> scales() const {
-    std::vector<double> turns;
-    for (const double time : times) {
-      for (const double middle : middles) {
-        if (time > 0.0 && middle > 0.0) {
-          turns.push_back(middle / time);
-        }
-      }
-    }
-    std::sort(turns.begin(), turns.end());
-    std::vector<double> result;
-    const std::size_t stride = turns.size() / kMostScales + 1;
-    for (std::size_t i = 0; i + 1 < turns.size(); i += stride) {
-      result.push_back(std::sqrt(turns[i] * turns[i + 1]));
-    }
-    return result;
+  std::optional<std::size_t> findLiving(const ReportedModule& module) const {
+    const auto place = byAddress.find(module.module.lock().get());
+    return place == byAddress.end() ? std::nullopt : std::optional(place->second);
   }
 
-  std::vector<Rate> ratesFor(double scale) const {
-    std::vector<Rate> rates;
-    for (const double time : times) {
-      const auto above = std::upper_bound(middles.begin(), middles.end(), time * scale);
-      rates.push_back(ladder[static_cast<std::size_t>(above - middles.begin())].second);
+  std::size_t findOrAdd(const ReportedModule& module, std::vector<bool>& isTaken) {
+    const auto [first, last] = byName.equal_range(module.name);
+    const auto free =
+        std::find_if(first, last, [&isTaken](const auto& named) { return !isTaken[named.second]; });
+    const std::size_t place = free == last ? add(module.name, isTaken) : free->second;
+    isTaken[place] = true;
+    if (const auto living = module.module.lock()) {
+      byAddress.emplace(living.get(), place);
     }
-    return rates;
+    return place;
   }
 
-  std::size_t changes(const std::vector<Rate>& rates) const {
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < rates.size(); ++i) {
-      count += rates[i] == present[i] ? 0U : 1U;
-    }
-    return count;
+  std::size_t add(const std::string& name, std::vector<bool>& isTaken) {
+    isTaken.push_back(false);
+    byName.emplace(name, count);
+    return count++;
   }
 
-  std::vector<Rate> withoutNeedlessChanges(std::vector<Rate> rates, double bound) const {
-    for (std::size_t i = 0; i < rates.size() && rates.size() <= kMostScales; ++i) {
-      const Rate changed = std::exchange(rates[i], present[i]);
-      if (changed != present[i] && errorOf(rates, times) > bound) {
-        rates[i] = changed;
-      }
-    }
-    return rates;
-  }
-
-  std::vector<Rate> present;
-  std::vector<double> times;
-  /// From light to heavy, and where one turns into the next.
-  std::vector<std::pair<double, Rate>> ladder;
-  std::vector<double> middles;
+  std::size_t count = 0;
+  std::unordered_map<const ApplyModule*, std::size_t> byAddress;
+  std::multimap<std::string, std::size_t> byName;
 };
 
-/// Gathers the full applies of several runs by the names of their modules.
+/// Gathers the full applies of several runs.
 class Costs {
  public:
-  void add(const RunReport& report) {
-    ++result.runs;
-    for (const ReportedModule& module : report.modules) {
-      if (module.place != Place::OnTheWay) {
-        continue;
-      }
-      if (!module.speedRate) {
-        throw std::invalid_argument("the cost of \"" + module.name +
-                                    "\" cannot be judged: its speed rate was not recorded");
-      }
-      ModuleCost& cost = costOf(module.name);
-      cost.rate = static_cast<Rate>(*module.speedRate);
-      cost.module = module.module;
+  /// Modules stand in the order of the longest run; what only others met stands behind.
+  explicit Costs(std::vector<const RunReport*> theRuns) : runs(std::move(theRuns)) {
+    std::vector<std::size_t> longestFirst(runs.size());
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+      longestFirst[i] = i;
     }
-    for (const RunStep& step : report.steps) {
-      addStep(report, step);
+    std::stable_sort(longestFirst.begin(), longestFirst.end(), [this](auto left, auto right) {
+      return runs[left]->modules.size() > runs[right]->modules.size();
+    });
+    ModuleFinder finder;
+    places.resize(runs.size());
+    for (const std::size_t i : longestFirst) {
+      places[i] = finder.placesOf(*runs[i]);
     }
-    runTime += report.duration;
-    observe(report);
   }
 
-  CostReport finish(const std::vector<RateChoice>& rates) {
+  CostReport report(const std::vector<RateChoice>& rates) {
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+      addRun(*runs[i], places[i]);
+    }
+    result.runs = runs.size();
     result.rates = rates;
+    result.autoApplyShare = runTime.count() > 0.0 ? 100.0 * autoTime / runTime : 0.0;
+    judge();
     for (ModuleCost& cost : costs) {
       if (cost.applies == 0) {
         result.notMeasured.push_back(cost.name);
       } else {
-        cost.mean /= static_cast<double>(cost.applies);
-        result.modules.push_back(cost);
+        result.modules.push_back(std::move(cost));
       }
     }
-    result.autoApplyShare = runTime.count() > 0.0 ? 100.0 * autoTime / runTime : 0.0;
-    judge();
     return std::move(result);
   }
 
  private:
-  ModuleCost& costOf(const std::string& name) {
-    const auto [place, isNew] = indices.emplace(name, costs.size());
-    if (isNew) {
-      costs.emplace_back().name = name;
+  using Places = std::vector<std::optional<std::size_t>>;
+
+  void addRun(const RunReport& run, const Places& placesOfRun) {
+    for (std::size_t m = 0; m < run.modules.size(); ++m) {
+      if (placesOfRun[m]) {
+        addModule(run.modules[m], *placesOfRun[m]);
+        addLinks(run.modules[m], *placesOfRun[m], placesOfRun);
+      }
     }
-    return costs[place->second];
+    for (const RunStep& step : run.steps) {
+      addStep(step, placesOfRun[step.module]);
+    }
+    runTime += run.duration;
+    observe(run);
   }
 
-  void addStep(const RunReport& report, const RunStep& step) {
+  void addModule(const ReportedModule& module, std::size_t place) {
+    if (!module.speedRate) {
+      throw std::invalid_argument("the cost of \"" + module.name +
+                                  "\" cannot be judged: its speed rate was not recorded");
+    }
+    costs.resize(std::max(costs.size(), place + 1));
+    next.resize(costs.size());
+    costs[place].name = module.name;
+    costs[place].rate = static_cast<Rate>(*module.speedRate);
+    costs[place].module = module.module;
+  }
+
+  void addLinks(const ReportedModule& module, std::size_t place, const Places& placesOfRun) {
+    for (const std::size_t following : module.next) {
+      if (const auto& other = placesOfRun[following]) {
+        next[place].push_back(*other);
+      }
+    }
+  }
+
+  /// Several runs tell of the same links.
+  void dropRepeatedLinks() {
+    for (std::vector<std::size_t>& following : next) {
+      std::sort(following.begin(), following.end());
+      following.erase(std::unique(following.begin(), following.end()), following.end());
+    }
+  }
+
+  void addStep(const RunStep& step, const std::optional<std::size_t>& place) {
     if (!step.duration || !step.failure.empty()) {
       return;
     }
     if (step.deed == Deed::AutoApply) {
       autoTime += *step.duration;
-    } else if (step.deed == Deed::FullApply) {
-      ModuleCost& cost = costOf(report.modules[step.module].name);
+    } else if (step.deed == Deed::FullApply && place) {
+      ModuleCost& cost = costs[*place];
       cost.shortest = cost.applies == 0 ? *step.duration : std::min(cost.shortest, *step.duration);
       cost.longest = std::max(cost.longest, *step.duration);
-      cost.mean += *step.duration;
       ++cost.applies;
+      cost.mean += (*step.duration - cost.mean) / static_cast<double>(cost.applies);
     }
   }
 
-  void observe(const RunReport& report) {
+  void observe(const RunReport& run) {
     Microseconds total{0.0};
-    for (const RunStep& step : report.steps) {
+    for (const RunStep& step : run.steps) {
       total += isMeasured(step) ? *step.duration : Microseconds(0.0);
     }
     Microseconds passed{0.0};
-    for (const RunStep& step : report.steps) {
+    for (const RunStep& step : run.steps) {
       if (isMeasured(step) && total.count() > 0.0) {
         passed += *step.duration;
         result.observedError = std::max(
@@ -279,65 +195,60 @@ class Costs {
   }
 
   void judge() {
+    std::vector<bool> isApplied;
+    std::vector<ModuleCost*> measured;
     std::vector<Rate> present;
     std::vector<double> times;
     double total = 0.0;
-    for (const ModuleCost& cost : result.modules) {
-      present.push_back(cost.rate);
-      times.push_back(cost.mean.count());
-      total += cost.mean.count();
+    for (ModuleCost& cost : costs) {
+      isApplied.push_back(cost.applies > 0);
+      if (isApplied.back()) {
+        measured.push_back(&cost);
+        present.push_back(cost.rate);
+        times.push_back(cost.mean.count());
+        total += times.back();
+      }
     }
-    const std::vector<Rate> truthful = RateSearch(present, times, result.rates).find();
-    const std::vector<int> marks = marksOf(present);
-    const std::vector<int> truthfulMarks = marksOf(truthful);
-    for (std::size_t i = 0; i < result.modules.size(); ++i) {
-      ModuleCost& cost = result.modules[i];
+    dropRepeatedLinks();
+    const ProgressModel model(next, isApplied);
+    const std::vector<Rate> truthful = truthfulRates(model, present, times, result.rates);
+    const std::vector<int> marks = model.marks(present);
+    const std::vector<int> truthfulMarks = model.marks(truthful);
+    for (std::size_t i = 0; i < measured.size(); ++i) {
+      ModuleCost& cost = *measured[i];
       cost.timeShare = total > 0.0 ? 100.0 * times[i] / total : 0.0;
       cost.barShare = stretch(marks, i);
       cost.truthfulBarShare = stretch(truthfulMarks, i);
       cost.truthfulRate = truthful[i];
     }
-    result.error = errorOf(present, times);
-    result.truthfulError = errorOf(truthful, times);
+    result.error = model.error(present, times);
+    result.truthfulError = model.error(truthful, times);
   }
 
   static double stretch(const std::vector<int>& marks, std::size_t i) {
     return 100.0 * (marks[i] - (i == 0 ? 0 : marks[i - 1])) / kLastMark;
   }
 
+  std::vector<const RunReport*> runs;
+  /// For each run the places of its modules in `costs`.
+  std::vector<Places> places;
   CostReport result;
   std::vector<ModuleCost> costs;
-  std::unordered_map<std::string, std::size_t> indices;
+  ProgressModel::Links next;
   Microseconds autoTime{0.0};
   Microseconds runTime{0.0};
 };
 
 }  // namespace
 
-std::vector<RateChoice> defaultRates() {
-  std::vector<RateChoice> rates;
-  for (const char* const name : {"instant", "very fast", "fast", "normal", "slow", "very slow"}) {
-    rates.push_back({static_cast<Rate>(rates.size()), name});
-  }
-  return rates;
-}
-
-double weightOf(const RateChoice& rate, const std::vector<RateChoice>& rates) {
-  const std::optional<Rate> lightest = lightestOf(rates);
-  if (!lightest || weighsNothing(rate.rate, rates)) {
-    return 0.0;
-  }
-  return ratio(rate.rate, *lightest);
-}
-
 CostReport costReport(const std::vector<RunReport>& reports, const std::vector<RateChoice>& rates) {
-  Costs costs;
+  std::vector<const RunReport*> runs;
   for (const RunReport& report : reports) {
     if (report.kind == RunReport::Kind::Run) {
-      costs.add(report);
+      runs.push_back(&report);
     }
   }
-  return costs.finish(rates);
+  return Costs(std::move(runs)).report(rates);
 }
 
 namespace {
@@ -349,7 +260,10 @@ std::string inDigits(const char* format, double value) {
 }
 
 std::string percent(double value) { return inDigits("%.0f %%", value); }
-std::string points(double value) { return inDigits("%.0f", value) + " points"; }
+std::string points(double value) {
+  const std::string number = inDigits("%.0f", value);
+  return number + (number == "1" ? " point" : " points");
+}
 
 std::string nameOf(Rate rate, const std::vector<RateChoice>& rates) {
   const auto found = std::find_if(rates.begin(), rates.end(),

@@ -47,7 +47,7 @@ struct ModuleCost {
 
 struct CostReport {
   std::size_t runs = 0;
-  /// In the order of the runs' graph.
+  /// In the order of the run that might have met the most modules, and behind them those of others.
   std::vector<ModuleCost> modules;
   /// On the way to the end, but without a full apply that succeeded in any of the runs.
   std::vector<std::string> notMeasured;
@@ -67,11 +67,14 @@ struct CostReport {
 /// left out) with what the progress of an update makes of the modules' speed rates.
 ///
 /// The progress is computed as an update computes it, with the host's own weights: each apply gets
-/// its module's share, in whole percent, among all modules from it to the end, of what is left up
-/// to 98. The truthful rates are those for which the marks come closest to the times; of rates that
-/// do so within two points those with the fewest changes, so that a measurement's noise changes no
-/// rate. With more than a hundred modules of like weight no rates are truthful: a share below one
-/// percent counts as none.
+/// its module's share, in whole percent, among the module and those that follow it on the way to
+/// the end, of what is left up to 98. The truthful rates are those for which the marks come closest
+/// to the times; of rates that do so within two points those with the fewest changes, so that a
+/// measurement's noise changes no rate. With more than a hundred modules of like weight no rates
+/// are truthful: a share below one percent counts as none. Modules that were not measured are left
+/// out of all this, as nobody knows their times.
+///
+/// A module is recognised in several runs while it lives, and by its name when it has gone.
 ///
 /// The more runs, the better: times of one run hold what else the machine did. A progress also
 /// jumps at the end of a run where modules of the range needed no apply, whatever the rates are;

@@ -25,6 +25,13 @@ void PresentRun::addModules(const std::vector<RangeModule>& members) {
   for (const RangeModule& member : members) {
     addModule(member);
   }
+  for (std::size_t i = 0; i < members.size(); ++i) {
+    for (const auto& link : members[i].module->getNextApplyModules()) {
+      if (const auto following = find(link.lock())) {
+        report.modules[i].next.push_back(*following);
+      }
+    }
+  }
 }
 
 std::size_t PresentRun::addModule(RangeModule member) {
@@ -54,6 +61,7 @@ std::size_t PresentRun::addStep(const ModulePtr& module, Deed deed, const Inquir
   if (deed != Deed::Signalled && deed != Deed::MessageHandled) {
     decision = index;
   }
+  isEndedByUpdate = isEndedByUpdate || deed == Deed::Suppressed || deed == Deed::Cancelled;
   return index;
 }
 
@@ -61,6 +69,7 @@ void PresentRun::setCommand(std::size_t index, const CommandPtr& owner,
                             const CommandBase* command) {
   tracks[index].owner = owner;
   tracks[index].command = command;
+  openSteps[command] = index;
 }
 
 bool PresentRun::isOf(std::size_t index, const CommandPtr& command) const {
@@ -68,12 +77,8 @@ bool PresentRun::isOf(std::size_t index, const CommandPtr& command) const {
 }
 
 std::optional<std::size_t> PresentRun::findStep(const CommandBase& command) const {
-  for (std::size_t i = tracks.size(); i-- > 0;) {
-    if (tracks[i].command == &command && !report.steps[i].duration) {
-      return i;
-    }
-  }
-  return std::nullopt;
+  const auto place = openSteps.find(&command);
+  return place == openSteps.end() ? std::nullopt : std::optional(place->second);
 }
 
 void PresentRun::beginStep(std::size_t index, TimePoint now) {
@@ -87,6 +92,10 @@ void PresentRun::endStep(std::size_t index, TimePoint now) {
   RunStep& ended = report.steps[index];
   if (ended.begin && !ended.duration) {
     ended.duration = since(now) - *ended.begin;
+  }
+  const auto place = openSteps.find(tracks[index].command);
+  if (place != openSteps.end() && place->second == index) {
+    openSteps.erase(place);
   }
 }
 
@@ -119,9 +128,7 @@ bool PresentRun::hasStep(Deed deed) const {
                      [deed](const RunStep& one) { return one.deed == deed; });
 }
 
-bool PresentRun::hasStopped() const {
-  return !report.failure.empty() || hasStep(Deed::Suppressed) || hasStep(Deed::Cancelled);
-}
+bool PresentRun::hasStopped() const { return !report.failure.empty() || isEndedByUpdate; }
 
 // The end
 
@@ -132,7 +139,7 @@ void PresentRun::complete(const std::vector<CommandPtr>& executed,
   }
   if (report.kind == RunReport::Kind::Run) {
     findFailures(executed, thrown);
-    addStepWithoutCommand();
+    addStepWithoutCommand(thrown);
     addUntouched();
     noteChangesBefore();
   }
@@ -161,11 +168,14 @@ void PresentRun::findFailures(const std::vector<CommandPtr>& executed,
   }
 }
 
-void PresentRun::addStepWithoutCommand() {
+/// A full apply was due, but nothing was prepared for it: no command was made, or what makes or
+/// prepares it threw.
+void PresentRun::addStepWithoutCommand(const std::optional<std::string>& thrown) {
   if (dueModule) {
     RunStep& added = report.steps.emplace_back();
     added.module = *dueModule;
     added.deed = Deed::NoApplyCommand;
+    added.failure = report.announced.empty() ? thrown.value_or(std::string()) : std::string();
   }
 }
 
@@ -192,47 +202,27 @@ std::vector<std::size_t> PresentRun::lastApplies() const {
   return applied;
 }
 
-/// For each module the last apply among all that it depends on.
-std::vector<std::size_t> PresentRun::changesBefore(const std::vector<std::size_t>& applied) const {
-  std::vector<std::size_t> before(applied.size(), 0);
-  for (std::size_t m = 0; m < applied.size(); ++m) {
+ChangesBefore::Links PresentRun::previousModules() const {
+  ChangesBefore::Links previous(report.modules.size());
+  for (std::size_t m = 0; m < previous.size(); ++m) {
     const auto module = report.modules[m].module.lock();
     if (module == nullptr) {
       continue;
     }
     for (const auto& link : module->getPreviousApplyModules()) {
-      if (const auto previous = find(link.lock())) {
-        before[m] = std::max({before[m], applied[*previous], before[*previous]});
+      if (const auto before = find(link.lock())) {
+        previous[m].push_back(*before);
       }
     }
   }
-  return before;
-}
-
-/// The same of one module, for applies up to a step. For the few that were decided upon before
-/// something that they depend on was applied: a sub-graph off the way does not wait for another.
-std::size_t PresentRun::changeBefore(std::size_t module, const std::vector<std::size_t>& applied,
-                                     std::size_t latest) const {
-  std::size_t change = 0;
-  if (const auto held = report.modules[module].module.lock()) {
-    held->forAllPreviousModules([&](const ModulePtr& previous) {
-      const auto place = find(previous);
-      const std::size_t apply = place ? applied[*place] : 0;
-      change = apply <= latest ? std::max(change, apply) : change;
-      return true;
-    });
-  }
-  return change;
+  return previous;
 }
 
 void PresentRun::noteChangesBefore() {
-  const std::vector<std::size_t> applied = lastApplies();
-  const std::vector<std::size_t> before = changesBefore(applied);
+  const ChangesBefore changes(previousModules(), lastApplies());
   for (std::size_t i = 0; i < report.steps.size(); ++i) {
     RunStep& one = report.steps[i];
-    const std::size_t change =
-        before[one.module] <= i ? before[one.module] : changeBefore(one.module, applied, i);
-    if (change > 0) {
+    if (const std::size_t change = changes.before(one.module, i); change > 0) {
       one.changedBefore = report.steps[change - 1].module;
     }
   }

@@ -10,6 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "diagnostics/run/ChangesBefore.h"
 #include "diagnostics/run/RunReport.h"
 #include "tessaril/commands/ApplyUpdateInfo.h"
 #include "tessaril/platform/signals/Signal.h"
@@ -22,17 +23,6 @@ class ApplyModule;
 class CommandBase;
 
 namespace Diagnostics {
-
-/// What a question answers; nothing where it throws. A run that is looked at must not fail for
-/// that.
-template <typename Question>
-auto askQuietly(const Question& question) -> std::optional<decltype(question())> {
-  try {
-    return question();
-  } catch (...) {
-    return std::nullopt;
-  }
-}
 
 /// The messages that a command carries; `otherwise` for one that carries none.
 ApplyUpdateInfo messagesOf(const std::shared_ptr<CommandBase>& command,
@@ -65,7 +55,7 @@ class PresentRun {
   RunStep& step(std::size_t index) { return report.steps[index]; }
   void setCommand(std::size_t index, const CommandPtr& owner, const CommandBase* command);
   bool isOf(std::size_t index, const CommandPtr& command) const;
-  /// The latest step of the command that has not ended.
+  /// The step of a command that has not ended.
   std::optional<std::size_t> findStep(const CommandBase& command) const;
   /// Does nothing the second time.
   void beginStep(std::size_t index, TimePoint now);
@@ -104,6 +94,7 @@ class PresentRun {
   std::optional<std::size_t> judgedDecision;
   std::unordered_set<ModulePtr> toBeSignalled;
   bool asksOfLastModule = false;
+  /// A stop was requested.
   bool isStopped = false;
   /// How much code of the application runs.
   int hooks = 0;
@@ -121,20 +112,21 @@ class PresentRun {
   unsigned threadNumber();
   void findFailures(const std::vector<CommandPtr>& executed,
                     const std::optional<std::string>& thrown);
-  void addStepWithoutCommand();
+  void addStepWithoutCommand(const std::optional<std::string>& thrown);
   void addUntouched();
   std::vector<std::size_t> lastApplies() const;
-  std::vector<std::size_t> changesBefore(const std::vector<std::size_t>& applied) const;
-  std::size_t changeBefore(std::size_t module, const std::vector<std::size_t>& applied,
-                           std::size_t latest) const;
+  ChangesBefore::Links previousModules() const;
   void noteChangesBefore();
   RunReport::Outcome outcome(bool isThrown) const;
 
   std::weak_ptr<ApplyModule> end;
+  bool isEndedByUpdate = false;
   std::thread::id ownThread;
   std::vector<std::thread::id> workers;
   std::unordered_map<const ApplyModule*, std::size_t> indices;
   std::vector<Track> tracks;
+  /// The steps of commands that have not ended.
+  std::unordered_map<const CommandBase*, std::size_t> openSteps;
 };
 
 }  // namespace Diagnostics

@@ -7,6 +7,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "diagnostics/run/ChangesBefore.h"
 #include "diagnostics/run/RunJson.h"
 #include "diagnostics/run/RunReasons.h"
 #include "diagnostics/run/TextTable.h"
@@ -44,10 +45,15 @@ class Rehearsal {
       indices.emplace(member.module.get(), modules.size());
       modules.push_back(member.module);
     }
-    lastApply.resize(modules.size());
-    estimate.start = nameOf(start);
-    estimate.end = nameOf(end);
-    estimate.horizon = horizon == nullptr ? std::string() : nameOf(horizon);
+    estimate.start = stepOf(start).name;
+    estimate.end = stepOf(end).name;
+    if (horizon != nullptr) {
+      const auto place = indices.find(horizon.get());
+      estimate.horizon = place != indices.end()
+                             ? estimate.steps[place->second].name
+                             : moduleName(*horizon, range.object.lock().get(), options.nameModule,
+                                          modules.size() + 1);
+    }
   }
 
   RunEstimate run() {
@@ -68,12 +74,6 @@ class Rehearsal {
  private:
   std::size_t indexOf(const ModulePtr& module) const { return indices.at(module.get()); }
   EstimatedStep& stepOf(const ModulePtr& module) { return estimate.steps[indexOf(module)]; }
-
-  /// A start that the end does not depend on leads to modules that are all off the way.
-  std::string nameOf(const ModulePtr& module) const {
-    const auto place = indices.find(module.get());
-    return place == indices.end() ? "?" : estimate.steps[place->second].name;
-  }
 
   static void pushNext(const ModulePtr& module, ModuleQueue& into) {
     for (const auto& link : module->getNextApplyModules()) {
@@ -173,45 +173,42 @@ class Rehearsal {
 
   /// The steps in the order of the run, with what may change them.
   RunEstimate ordered() {
-    std::vector<std::size_t> places(modules.size(), 0);
-    for (std::size_t place = 0; place < order.size(); ++place) {
-      places[order[place]] = place + 1;
-    }
-    findLastApplies(places);
+    const ChangesBefore applies = changes();
     RunEstimate result = std::move(estimate);
     std::vector<EstimatedStep> unordered = std::exchange(result.steps, {});
-    for (const std::size_t index : order) {
-      EstimatedStep& step = result.steps.emplace_back(std::move(unordered[index]));
-      if (lastApply[index] > 0) {
-        step.mayChangeBy = lastApply[index] - 1;
-        step.reason += "; " + result.steps[*step.mayChangeBy].name +
-                       " before it would be applied, and may change the answer";
+    std::vector<bool> isReached(modules.size(), false);
+    for (std::size_t place = 0; place < order.size(); ++place) {
+      isReached[order[place]] = true;
+      EstimatedStep& step = result.steps.emplace_back(std::move(unordered[order[place]]));
+      if (const std::size_t apply = applies.before(order[place], place); apply > 0) {
+        step.mayChangeBy = apply - 1;
+        step.reason += "; may change when " + result.steps[apply - 1].name + " is applied";
       }
     }
     for (std::size_t index = 0; index < modules.size(); ++index) {
-      if (places[index] == 0) {
+      if (!isReached[index]) {
         EstimatedStep& step = result.steps.emplace_back(std::move(unordered[index]));
-        step.reason = notReached(step, result.end, lastApply[index] > 0);
+        step.reason = notReached(step, result.end, applies.before(index, order.size()) > 0);
       }
     }
     return result;
   }
 
-  /// For each module the place, from 1, of the last apply among what it depends on.
-  void findLastApplies(const std::vector<std::size_t>& places) {
+  /// What would be applied, at its places in the order of the run, which count from 1.
+  ChangesBefore changes() const {
+    ChangesBefore::Links previous(modules.size());
     for (std::size_t index = 0; index < modules.size(); ++index) {
       for (const auto& link : modules[index]->getPreviousApplyModules()) {
-        const auto previous = indices.find(link.lock().get());
-        if (previous == indices.end()) {
-          continue;
-        }
-        const std::size_t place = isApplied(previous->second) ? places[previous->second] : 0;
-        if (const std::size_t last = std::max(place, lastApply[previous->second]);
-            places[index] == 0 || last < places[index]) {
-          lastApply[index] = std::max(lastApply[index], last);
+        if (const auto before = indices.find(link.lock().get()); before != indices.end()) {
+          previous[index].push_back(before->second);
         }
       }
     }
+    std::vector<std::size_t> applied(modules.size(), 0);
+    for (std::size_t place = 0; place < order.size(); ++place) {
+      applied[order[place]] = isApplied(order[place]) ? place + 1 : 0;
+    }
+    return {std::move(previous), std::move(applied)};
   }
 
   static std::string notReached(const EstimatedStep& step, const std::string& endName,
@@ -221,7 +218,7 @@ class Rehearsal {
     }
     return (step.place == Place::BehindEnd ? "behind " : "off the way to ") + endName +
            (hasApplyBefore ? "; it lies on or behind a cycle"
-                           : "; nothing before it would be applied");
+                           : "; nothing it depends on would be applied");
   }
 
   ModulePtr start;
@@ -231,7 +228,6 @@ class Rehearsal {
   std::vector<ModulePtr> modules;
   std::unordered_map<const ApplyModule*, std::size_t> indices;
   std::vector<std::size_t> order;
-  std::vector<std::size_t> lastApply;
   ModuleSet scope;
   ModuleSet visited;
   ModuleQueue queue;

@@ -102,6 +102,7 @@ Json toJson(const RunReport& report, const RunStep& step) {
 Json toJson(const ReportedModule& module) {
   return {{"name", module.name},
           {"place", placeKey(module.place)},
+          {"next", module.next},
           {"speedRate", orNull(module.speedRate)},
           {"consistent", orNull(module.consistent)},
           {"commandsWatched", module.commandsWatched}};
@@ -142,14 +143,14 @@ class Trace {
  public:
   void add(const RunReport& report) {
     lastEnd = Microseconds(0.0);
-    Json run = event("X", report.description, "run", Microseconds(0.0), 0);
+    Json run = event("X", titleOf(report), kindKey(report.kind), Microseconds(0.0), 0);
     run["dur"] = report.duration.count();
     run["args"] = {{"outcome", outcomeName(report.outcome)}};
     events.push_back(std::move(run));
     for (const RunStep& step : report.steps) {
       if (step.begin) {
         addExecution(report, step);
-      } else if (step.deed != Deed::NotReached) {
+      } else if (wasSeen(step.deed)) {
         addDecision(report, step);
       }
     }

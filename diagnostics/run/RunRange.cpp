@@ -3,6 +3,7 @@
 #include <cxxabi.h>
 
 #include <cstdlib>
+#include <exception>
 #include <typeinfo>
 #include <unordered_set>
 #include <utility>
@@ -26,7 +27,12 @@ std::string pathFrom(const Object* origin, const ApplyModule& module) {
   if (origin == nullptr || &object->getRoot() != &origin->getRoot()) {
     return object->getName();
   }
-  return object->getPath(origin, RequestedPathType::Absolute).toString();
+  try {
+    return object->getPath(origin, RequestedPathType::Absolute).toString();
+  } catch (const std::exception&) {
+    // A tree of the host may have no path to what does not lie under the origin.
+    return object->getName();
+  }
 }
 
 class RangeReader {
@@ -50,6 +56,7 @@ class RangeReader {
       add(module);
       return true;
     };
+    add(start);
     start->forAllFollowingModules(addAndGoOn);
     add(end);
     end->forAllFollowingModules(addAndGoOn);

@@ -3,6 +3,12 @@
 #include <algorithm>
 
 namespace Tessaril::Diagnostics {
+namespace {
+
+/// So many are named in a text.
+constexpr std::size_t kMostMessages = 5;
+
+}  // namespace
 
 std::string hindrances(const SnapshotFlags& flags) {
   std::string text;
@@ -26,10 +32,14 @@ std::string shortName(const std::string& qualified) {
 
 std::string joinedNames(const std::vector<MessageNote>& messages) {
   std::string text;
-  for (const MessageNote& message : messages) {
+  for (std::size_t i = 0; i < std::min(messages.size(), kMostMessages); ++i) {
+    const MessageNote& message = messages[i];
     text += (text.empty() ? "" : ", ") + shortName(message.name);
     text += message.global.value_or(false) ? " (global)" : "";
     text += message.empty.value_or(false) ? " (empty)" : "";
+  }
+  if (messages.size() > kMostMessages) {
+    text += " and " + std::to_string(messages.size() - kMostMessages) + " more";
   }
   return text;
 }
@@ -40,10 +50,9 @@ std::string inBrackets(const std::string& text) { return text.empty() ? "" : " (
 
 std::string necessity(const PolicyAnswers& answers, const SnapshotFlags& flags) {
   if (answers.applyNecessary) {
-    return flags.consistent ? "it asks for an apply" : "its result does not match its inputs";
+    return flags.consistent ? "it asks for an apply" : "out of date";
   }
-  return flags.consistent ? "its result matches its inputs"
-                          : "it asks for no apply, though it is inconsistent";
+  return flags.consistent ? "up to date" : "it asks for no apply, though it is inconsistent";
 }
 
 std::string concern(const std::vector<MessageNote>& messages) {
@@ -82,6 +91,7 @@ class Explanation {
 
   void run() {
     for (RunStep& step : report.steps) {
+      step.deed = isUnseen(step) ? Deed::NotSeen : step.deed;
       step.reason = reasonOf(step);
       noteOutcome(step);
     }
@@ -101,15 +111,16 @@ class Explanation {
       case Deed::PassedOver:
         return passedOver(step);
       case Deed::NoApplyCommand:
-        return "a full apply was due, but no command was made for it: the run ends here";
+        return "a full apply was due, but it made no command: the run ends here";
       case Deed::NoAutoApplyCommand:
-        return noAutoApplyCommand(step);
+        return "an auto apply was due, but it made no command";
       case Deed::Suppressed:
         return "the update stops here instead of applying it" + behind(need(step));
       case Deed::Cancelled:
         return "the update was cancelled here";
       case Deed::NotReached:
-        return notReached(step);
+      case Deed::NotSeen:
+        return untouched(step);
       case Deed::Undone:
       case Deed::Redone:
         return {};
@@ -125,6 +136,19 @@ class Explanation {
   const ReportedModule& moduleOf(const RunStep& step) const { return report.modules[step.module]; }
   std::string endName() const { return report.end ? nameOf(*report.end) : "the end"; }
 
+  /// Nothing on the way.
+  std::string whereOffTheWay(Place place) const {
+    switch (place) {
+      case Place::OnTheWay:
+        return {};
+      case Place::OffTheWay:
+        return "off the way to " + endName();
+      case Place::BehindEnd:
+        return "behind " + endName();
+    }
+    return {};
+  }
+
   /// Nothing without answers.
   static std::string need(const RunStep& step) {
     return step.answers && step.flags ? needOf(*step.answers, *step.flags, step.received)
@@ -132,8 +156,8 @@ class Explanation {
   }
 
   std::string cause(const RunStep& step) const {
-    return step.changedBefore ? nameOf(*step.changedBefore) + " before it was applied"
-                              : "nothing before it was applied in this run";
+    return step.changedBefore ? nameOf(*step.changedBefore) + " was applied before it"
+                              : "nothing it depends on was applied";
   }
 
   std::string fullApply(const RunStep& step) const {
@@ -150,10 +174,8 @@ class Explanation {
       text = "the run had been stopped";
     } else if (moduleOf(step).place == Place::OnTheWay) {
       text = step.answers && step.flags ? need(step) : "it needs no full apply";
-    } else if (moduleOf(step).place == Place::BehindEnd) {
-      text = "behind " + endName();
     } else {
-      text = "off the way to " + endName();
+      text = whereOffTheWay(moduleOf(step).place);
     }
     return text + "; " + cause(step);
   }
@@ -186,32 +208,36 @@ class Explanation {
     return wouldBeApplied ? "no full apply was due, but asked again it needs one" : need(step);
   }
 
-  std::string noAutoApplyCommand(const RunStep& step) const {
-    return "an auto apply was due, but no command was made for it" + behind(need(step));
-  }
-
-  std::string notReached(const RunStep& step) const {
-    const ReportedModule& module = moduleOf(step);
-    if (report.outcome == RunReport::Outcome::Thrown ||
-        (module.place == Place::OnTheWay && hasEndedEarly())) {
+  std::string untouched(const RunStep& step) const {
+    if (isPastTheEnd(step)) {
       return "the run ended before it";
     }
-    if (module.place == Place::OnTheWay) {
-      return unseen(module);
-    }
-    const std::string where =
-        module.place == Place::BehindEnd ? "behind " + endName() : "off the way to " + endName();
-    return where + "; " + (step.changedBefore ? unseen(module) : cause(step));
+    const std::string where = whereOffTheWay(moduleOf(step).place);
+    return where + (where.empty() ? "" : "; ") +
+           (mayHaveBeenReached(step) ? unseen(step) : cause(step));
   }
 
-  bool hasEndedEarly() const {
-    return report.outcome != RunReport::Outcome::Finished || endedWithoutCommand;
+  bool isPastTheEnd(const RunStep& step) const {
+    const bool hasEndedEarly =
+        report.outcome != RunReport::Outcome::Finished || endedWithoutCommand;
+    return report.outcome == RunReport::Outcome::Thrown ||
+           (moduleOf(step).place == Place::OnTheWay && hasEndedEarly);
   }
 
-  static std::string unseen(const ReportedModule& module) {
-    return module.commandsWatched
-               ? "what is before it stayed inconsistent, or it waits on or behind a cycle"
-               : "nothing was seen of it: its auto apply made no command, or it was not reached";
+  bool mayHaveBeenReached(const RunStep& step) const {
+    return moduleOf(step).place == Place::OnTheWay || step.changedBefore;
+  }
+
+  static std::string unseen(const RunStep& step) {
+    return step.deed == Deed::NotSeen
+               ? "it made no command, or was not reached"
+               : "it waits on or behind a cycle, or for what stayed inconsistent";
+  }
+
+  /// An auto apply that made no command leaves no trace where nobody watched.
+  bool isUnseen(const RunStep& step) const {
+    return step.deed == Deed::NotReached && !moduleOf(step).commandsWatched &&
+           !isPastTheEnd(step) && mayHaveBeenReached(step);
   }
 
   void noteOutcome(const RunStep& step) {

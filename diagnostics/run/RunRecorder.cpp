@@ -56,21 +56,42 @@ struct RunRecorder::State {
 
   // Require: the lock is not held, since the application is asked.
 
+  /// What a question answers; nothing where it throws: a run that is looked at must not fail for
+  /// that. Signals that the answer sends are not the engine's.
+  template <typename Question>
+  auto ask(const Question& question) -> std::optional<decltype(question())> {
+    enterApplication(1);
+    std::optional<decltype(question())> answer;
+    try {
+      answer = question();
+    } catch (...) {
+      answer.reset();
+    }
+    enterApplication(-1);
+    return answer;
+  }
+
+  void enterApplication(int change) {
+    const std::lock_guard lock(mutex);
+    if (PresentRun* const run = present()) {
+      run->hooks += change;
+    }
+  }
+
   Inquiry inquire(const ModulePtr& module) {
     if (!options.askAgain) {
       return {};
     }
+    const auto [info, isEnd] = circumstances(module);
     Inquiry inquiry;
-    inquiry.flags = askQuietly([&] { return flagsOf(*module); });
-    inquiry.answers = askQuietly([&] {
-      const auto [info, isEnd] = circumstances(module);
-      return askModule(*module, info, isEnd);
-    });
+    inquiry.flags = ask([&] { return flagsOf(*module); });
+    inquiry.answers =
+        ask([&, &info = info, &isEnd = isEnd] { return askModule(*module, info, isEnd); });
     return inquiry;
   }
 
-  std::vector<MessageNote> note(const ApplyUpdateInfo& info) const {
-    return askQuietly([&] { return notesOf(info, options.nameMessage, options.askAgain); })
+  std::vector<MessageNote> note(const ApplyUpdateInfo& info) {
+    return ask([&] { return notesOf(info, options.nameMessage, options.askAgain); })
         .value_or(std::vector<MessageNote>());
   }
 
@@ -135,7 +156,7 @@ void RunRecorder::beginRun(RunReport::Kind kind, const std::string& description,
   run->addModules(members);
   for (std::size_t i = 0; i < members.size() && state->options.askAgain; ++i) {
     run->report.modules[i].speedRate =
-        askQuietly([&] { return static_cast<int>(members[i].module->getSpeedRate()); });
+        state->ask([&] { return static_cast<int>(members[i].module->getSpeedRate()); });
   }
   run->report.start = run->find(range.start.lock());
   run->report.end = run->find(range.end.lock());
@@ -256,7 +277,7 @@ void RunRecorder::judgeAutoApply() {
       module = std::const_pointer_cast<ApplyModule>(decided.module.lock());
     }
   }
-  if (module == nullptr || askQuietly([&] { return module->isConsistent(); }).value_or(true)) {
+  if (module == nullptr || state->ask([&] { return module->isConsistent(); }).value_or(true)) {
     return;
   }
   std::unordered_set<ModulePtr> followers;
@@ -431,15 +452,10 @@ void RunRecorder::factoryWatched(const ApplyModule* module, int change) {
   }
 }
 
-RunRecorder::Hook::Hook(RunRecorder& theRecorder) : recorder(theRecorder) { recorder.enterHook(1); }
-RunRecorder::Hook::~Hook() { recorder.enterHook(-1); }
-
-void RunRecorder::enterHook(int change) {
-  const std::lock_guard lock(state->mutex);
-  if (PresentRun* const run = state->present()) {
-    run->hooks += change;
-  }
+RunRecorder::Hook::Hook(RunRecorder& theRecorder) : recorder(theRecorder) {
+  recorder.state->enterApplication(1);
 }
+RunRecorder::Hook::~Hook() { recorder.state->enterApplication(-1); }
 
 // The end of a run
 
@@ -471,7 +487,7 @@ void RunRecorder::endRun(const std::vector<std::shared_ptr<CommandBase>>& execut
   for (ReportedModule& reported : report.modules) {
     const auto module = reported.module.lock();
     if (module != nullptr && state->options.askAgain) {
-      reported.consistent = askQuietly([&] { return module->isConsistent(); });
+      reported.consistent = state->ask([&] { return module->isConsistent(); });
     }
   }
   explainSteps(report);

@@ -108,7 +108,6 @@ class RunRecorder {
 
   void signalHeard(const std::shared_ptr<ApplyModule>& module);
   void judgeAutoApply();
-  void enterHook(int change);
 
   std::unique_ptr<State> state;
 };

@@ -32,8 +32,10 @@ enum class Deed {
   Suppressed,
   /// A derived update cancelled the run at this module.
   Cancelled,
-  /// Nothing was seen of the module during the run.
   NotReached,
+  /// Nothing was seen of the module, but its commands were not watched: it was not reached, or an
+  /// auto apply was due and it made no command.
+  NotSeen,
   Undone,
   Redone,
   /// Executed once more because an undo failed.
@@ -41,8 +43,11 @@ enum class Deed {
 };
 
 /// "full apply", "auto apply", "message", "signalled", "passed over", "no command" (for both),
-/// "suppressed", "cancelled", "not reached", "undone", "redone", "executed again".
+/// "suppressed", "cancelled", "not reached", "not seen", "undone", "redone", "executed again".
 std::string deedName(Deed deed);
+
+/// False for what was not reached or not seen.
+bool wasSeen(Deed deed);
 
 /// One thing that was done, with what was known at that moment.
 struct RunStep {
@@ -85,6 +90,8 @@ struct ReportedModule {
   Place place = Place::OnTheWay;
   /// Not kept alive by the report.
   std::weak_ptr<const ApplyModule> module;
+  /// What followed it when the run began, by index, in list order.
+  std::vector<std::size_t> next;
   /// The value of LegacyProgress::Speed::Rate when the run began. Empty without asking.
   std::optional<int> speedRate;
   /// When the run ended. Empty without asking, and where the module has gone.
@@ -127,7 +134,7 @@ struct RunReport {
   /// In the order of modulesOf(); behind them any others that were met.
   std::vector<ReportedModule> modules;
   /// In the order in which they were begun; behind them, in the order of `modules`, those that were
-  /// not reached.
+  /// not reached or not seen.
   std::vector<RunStep> steps;
   /// With what the end was announced, in order.
   std::vector<bool> announced;
@@ -144,7 +151,7 @@ std::vector<std::string> stillInconsistent(const RunReport& report);
 struct RunTableOptions {
   /// Lines are at most this wide; sensible from 80 on.
   std::size_t width = 100;
-  /// With the modules that nothing was done with: passed over and not reached.
+  /// With the modules that nothing was done with: passed over, not reached, not seen.
   bool withUntouched = true;
 };
 

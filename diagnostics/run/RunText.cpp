@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string_view>
@@ -22,7 +23,7 @@ struct Unit {
 constexpr std::array<Unit, 4> kUnits{{{1e6, "s"}, {1e3, "ms"}, {1.0, "µs"}, {1e-3, "ns"}}};
 
 bool isUntouched(const RunStep& step) {
-  return step.deed == Deed::NotReached || step.deed == Deed::PassedOver;
+  return !wasSeen(step.deed) || step.deed == Deed::PassedOver;
 }
 
 std::string timeCell(const RunStep& step) {
@@ -78,18 +79,6 @@ std::string rangeText(const RunReport& report) {
   return text;
 }
 
-std::string kindName(RunReport::Kind kind) {
-  switch (kind) {
-    case RunReport::Kind::Run:
-      return {};
-    case RunReport::Kind::Undo:
-      return "Undo of ";
-    case RunReport::Kind::Redo:
-      return "Redo of ";
-  }
-  return {};
-}
-
 std::string joined(const std::vector<std::string>& names) {
   std::string text;
   for (const std::string& name : names) {
@@ -108,11 +97,19 @@ std::string paragraph(const std::string& beginning, const std::string& text, std
   return result;
 }
 
+std::string withoutSteps(const RunReport& report) {
+  const bool isWatched =
+      std::any_of(report.modules.begin(), report.modules.end(),
+                  [](const ReportedModule& module) { return module.commandsWatched; });
+  return isWatched ? "Nothing was done.\n"
+                   : "No step was seen: the commands of the modules were not watched.\n";
+}
+
 std::string heading(const RunReport& report, std::size_t width) {
   const std::string outcome = outcomeName(report.outcome) + " after " +
                               durationText(report.duration) +
                               (report.failure.empty() ? "" : ": " + report.failure);
-  return paragraph("", kindName(report.kind) + report.description, width) +
+  return paragraph("", titleOf(report), width) +
          paragraph("", rangeText(report) + "; " + outcome, width);
 }
 
@@ -151,13 +148,13 @@ std::string tableOf(const RunReport& report, const RunTableOptions& options) {
     if (!options.withUntouched && isUntouched(step)) {
       continue;
     }
-    const bool isCounted = step.deed != Deed::NotReached;
-    table.addRow({isCounted ? std::to_string(++number) : std::string(),
+    table.addRow({wasSeen(step.deed) ? std::to_string(++number) : std::string(),
                   report.modules[step.module].name, deedCell(step), timeCell(step),
                   threadCell(step), reasonCell(step, report.modules[step.module].place)});
   }
   const auto inconsistent = stillInconsistent(report);
-  return heading(report, options.width) + "\n" + table.text() +
+  return heading(report, options.width) + "\n" +
+         (report.steps.empty() ? withoutSteps(report) : table.text()) +
          (inconsistent.empty()
               ? ""
               : "\n" + paragraph("Still inconsistent: ", joined(inconsistent), options.width));
@@ -172,6 +169,20 @@ std::vector<std::string> stillInconsistent(const RunReport& report) {
   }
   return names;
 }
+
+std::string titleOf(const RunReport& report) {
+  switch (report.kind) {
+    case RunReport::Kind::Run:
+      return report.description;
+    case RunReport::Kind::Undo:
+      return "Undo of " + report.description;
+    case RunReport::Kind::Redo:
+      return "Redo of " + report.description;
+  }
+  return {};
+}
+
+bool wasSeen(Deed deed) { return deed != Deed::NotReached && deed != Deed::NotSeen; }
 
 std::string deedName(Deed deed) {
   switch (deed) {
@@ -194,6 +205,8 @@ std::string deedName(Deed deed) {
       return "cancelled";
     case Deed::NotReached:
       return "not reached";
+    case Deed::NotSeen:
+      return "not seen";
     case Deed::Undone:
       return "undone";
     case Deed::Redone:

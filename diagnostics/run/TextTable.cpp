@@ -72,21 +72,30 @@ Character firstOf(std::string_view text) {
   return {length, widthOf(value)};
 }
 
-/// Blanks, line breaks and everything else that a terminal might take for a command.
-bool isSeparator(char character) {
-  const auto byte = static_cast<unsigned char>(character);
-  return byte <= 0x20 || byte == 0x7F;
+/// How many bytes a blank, a line break or anything else has that a terminal might take for a
+/// command; 0 for what is none. Requires: the text is not empty.
+std::size_t separatorLength(std::string_view text) {
+  const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  if (byte(0) <= 0x20 || byte(0) == 0x7F) {
+    return 1;
+  }
+  const bool isControl = byte(0) == 0xC2 && text.size() > 1 && byte(1) >= 0x80 && byte(1) <= 0x9F;
+  return isControl ? 2 : 0;
 }
 
 std::vector<std::string_view> wordsOf(std::string_view text) {
   std::vector<std::string_view> words;
-  while (!text.empty()) {
-    const auto end = static_cast<std::size_t>(std::find_if(text.begin(), text.end(), &isSeparator) -
-                                              text.begin());
-    if (end > 0) {
-      words.push_back(text.substr(0, end));
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < text.size();) {
+    const std::size_t separator = separatorLength(text.substr(i));
+    if (separator > 0 && i > begin) {
+      words.push_back(text.substr(begin, i - begin));
     }
-    text.remove_prefix(std::min(end + 1, text.size()));
+    i += std::max<std::size_t>(separator, 1);
+    begin = separator > 0 ? i : begin;
+  }
+  if (begin < text.size()) {
+    words.push_back(text.substr(begin));
   }
   return words;
 }
@@ -129,11 +138,8 @@ std::vector<std::string> brokenInto(std::size_t width, std::string_view text) {
     if (used > 0) {
       lines.emplace_back();
     }
-    while (displayWidth(word) > width) {
-      const std::size_t bytes = fittingBytes(word, width);
-      if (bytes == word.size()) {
-        break;
-      }
+    for (std::size_t bytes = fittingBytes(word, width); bytes < word.size();
+         bytes = fittingBytes(word, width)) {
       lines.back() = word.substr(0, bytes);
       word.remove_prefix(bytes);
       lines.emplace_back();

@@ -5,6 +5,7 @@
 
 #include "diagnostics/run/CostReport.h"
 #include "tests/diagnostics/run/ExplainedDesign.h"
+#include "tests/support/GraphText.h"
 #include "tests/support/RandomGraph.h"
 
 namespace Tessaril::Diagnostics {
@@ -35,6 +36,9 @@ RunReport runOf(const std::vector<Apply>& applies) {
     ReportedModule module;
     module.name = apply.name;
     module.speedRate = static_cast<int>(apply.rate);
+    if (report.modules.size() + 1 < applies.size()) {
+      module.next = {report.modules.size() + 1};
+    }
     report.modules.push_back(module);
     RunStep step;
     step.module = report.modules.size() - 1;
@@ -117,6 +121,138 @@ TEST(CostReport, ComputesTheProgressAsAnUpdateDoes) {
     EXPECT_NEAR(mark, *run.steps[i].progressAfter, 1e-9) << i;
   }
   EXPECT_NEAR(report.observedError, report.error, 1e-9);
+}
+
+/// A design at random whose modules are all applied, with times up to a thousand and any rates.
+class RandomCosts {
+ public:
+  explicit RandomCosts(std::uint64_t seed)
+      : random(seed), design([&](const TestSupport::ModuleFactory& factory) {
+          return TestSupport::randomGraph(
+              seed, {.modules = 2 + random.below(9), .links = random.percent(50) ? 15U : 35U},
+              factory);
+        }) {
+    design.design.forEachModule([this](TestSupport::ScriptedModule& module) {
+      module.necessary = true;
+      module.speedRate = static_cast<Rate>(random.below(6));
+      design.lasts(module.getName(), microseconds(1 + random.below(1000)));
+    });
+  }
+
+  RunReport run() {
+    const auto& members = design.design.graph.members();
+    return design.run(members.front().name, members.back().name);
+  }
+
+  void takeOver(const CostReport& report) {
+    for (const ModuleCost& cost : report.modules) {
+      design[cost.name].speedRate = cost.truthfulRate;
+    }
+  }
+
+ private:
+  Random random;
+  ExplainedDesign design;
+};
+
+// Modules in branches that meet count only what follows them, not one another.
+TEST(CostReport, ComputesTheProgressOfBranchesAsAnUpdateDoes) {
+  forSeeds(200, [](std::uint64_t seed) {
+    RandomCosts costs(seed);
+    const RunReport run = costs.run();
+    const CostReport report = costReport({run});
+    double mark = 0.0;
+    std::size_t i = 0;
+    for (const RunStep& step : run.steps) {
+      if (step.deed == Deed::FullApply) {
+        ASSERT_EQ(run.modules[step.module].name, report.modules[i].name);
+        mark += report.modules[i++].barShare * 98.0 / 100.0;
+        EXPECT_NEAR(mark, *step.progressAfter, 1e-9);
+      }
+    }
+    EXPECT_EQ(i, report.modules.size());
+    EXPECT_NEAR(report.observedError, report.error, 1e-9);
+  });
+}
+
+TEST(CostReport, ProposesRatesWithWhichTheProgressOfTheNextRunFollowsTheTime) {
+  double before = 0.0;
+  double after = 0.0;
+  forSeeds(100, [&](std::uint64_t seed) {
+    RandomCosts costs(seed);
+    const CostReport report = costReport({costs.run()});
+    costs.takeOver(report);
+    const CostReport next = costReport({costs.run()});
+    EXPECT_NEAR(next.observedError, report.truthfulError, 1e-9);
+    EXPECT_LE(next.observedError, report.observedError + 1e-9);
+    before += report.observedError;
+    after += next.observedError;
+  });
+  EXPECT_LT(after / 100, 8.0);
+  EXPECT_GT(before / 100, 25.0);
+}
+
+// One branch has the whole of what is left to divide with what follows it; the other one's time is
+// not in it.
+TEST(CostReport, FindsTrueRatesOfBranches) {
+  ExplainedDesign design("A -> B -> D; A -> C -> D");
+  design.design.needApply("A B C D");
+  design.lasts("A", microseconds(100));
+  design.lasts("B", microseconds(100));
+  design.lasts("C", microseconds(100));
+  design.lasts("D", microseconds(100));
+  const CostReport report = costReport({design.run("A", "D")});
+  EXPECT_NEAR(report.modules[1].barShare, 37.8, 0.1);
+  EXPECT_NEAR(report.modules[2].barShare, 18.4, 0.1);
+  EXPECT_LT(report.truthfulError, report.error);
+}
+
+TEST(CostReport, FindsTheModulesOfAnotherRange) {
+  ExplainedDesign design("A -> B -> C -> D");
+  design.design.needApply("A B C D");
+  const RunReport last = design.run("C", "D");
+  const RunReport whole = design.run("A", "D");
+  const CostReport report = costReport({last, whole});
+  std::string names;
+  for (const ModuleCost& cost : report.modules) {
+    names += cost.name + std::to_string(cost.applies);
+  }
+  EXPECT_EQ(names, "A1B1C2D2");
+}
+
+TEST(CostReport, TellsModulesOfOneNameApart) {
+  RunReport run = runOf({{"A", Rate::Normal, 10.0}, {"A", Rate::Slow, 30.0}});
+  const CostReport report = costReport({run, run});
+  ASSERT_EQ(report.modules.size(), 2U);
+  EXPECT_EQ(report.modules[0].mean, Microseconds(10));
+  EXPECT_EQ(report.modules[1].mean, Microseconds(30));
+  EXPECT_EQ(report.modules[1].applies, 2U);
+}
+
+// Modules that are no objects are numbered by their places in the range, so their names change.
+TEST(CostReport, KnowsLivingModulesUnderAnotherName) {
+  const auto first = TestSupport::graph("A -> B");
+  RunReport whole = runOf({{"module 1", Rate::Normal, 10.0}, {"module 2", Rate::Normal, 20.0}});
+  whole.modules[0].module = first["A"];
+  whole.modules[1].module = first["B"];
+  RunReport part = runOf({{"module 1", Rate::Normal, 40.0}});
+  part.modules[0].module = first["B"];
+  const CostReport report = costReport({whole, part});
+  ASSERT_EQ(report.modules.size(), 2U);
+  EXPECT_EQ(report.modules[0].mean, Microseconds(10));
+  EXPECT_EQ(report.modules[1].mean, Microseconds(30));
+}
+
+TEST(CostReport, JudgesVeryLongChains) {
+  std::vector<Apply> applies;
+  for (int i = 0; i < 20'000; ++i) {
+    applies.push_back({"M" + std::to_string(i), Rate::Normal, 10.0});
+  }
+  applies[500] = {"slow one", Rate::Instant, 200'000.0};
+  const CostReport report = costReport({runOf(applies)});
+  ASSERT_EQ(report.modules.size(), 20'000U);
+  EXPECT_NEAR(report.modules[500].timeShare, 50.0, 0.1);
+  EXPECT_GT(report.error, 40.0);
 }
 
 TEST(CostReport, TakesTheMeanOfSeveralRuns) {

@@ -92,12 +92,10 @@ TEST_F(GearPairExplained, ShowsWhyStrengthRanAndMeshDidNot) {
     });
   };
   EXPECT_EQ(stepOf("strength").deed, Deed::FullApply);
-  EXPECT_EQ(stepOf("strength").reason,
-            "its result does not match its inputs; nothing before it was applied in this run");
+  EXPECT_EQ(stepOf("strength").reason, "out of date; nothing it depends on was applied");
   EXPECT_EQ(stepOf("mesh").deed, Deed::PassedOver);
-  EXPECT_EQ(stepOf("mesh").reason, "its result matches its inputs");
-  EXPECT_EQ(stepOf("report").reason,
-            "its result does not match its inputs; strength before it was applied");
+  EXPECT_EQ(stepOf("mesh").reason, "up to date");
+  EXPECT_EQ(stepOf("report").reason, "out of date; strength was applied before it");
 }
 
 TEST_F(GearPairExplained, TheUseInTheDocumentIsCompiledAndRuns) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <list>
 #include <sstream>
 #include <stdexcept>
 
@@ -60,25 +61,20 @@ TEST(RunTable, TellsTheRunInOrder) {
       "from A to D; finished after 2.50 s\n"
       "\n"
       "#  module  done                time  thread    why\n"
-      "1  A       passed over                         its result matches its inputs\n"
-      "2  B       full apply       1.23 ms  worker 1  it asks for an apply; nothing before it was "
-      "applied\n"
-      "                                               in this run; leaves ScriptedMessage "
-      "(global)\n"
-      "3  X       auto apply ✗     40.0 µs  inline    FAILED: no tool; off the way to D; B before "
-      "it was\n"
-      "                                               applied; handed ScriptedMessage (global)\n"
-      "4  C       auto apply       0.00 µs  inline    its result matches its inputs; B before it "
+      "1  A       passed over                         up to date\n"
+      "2  B       full apply       1.23 ms  worker 1  it asks for an apply; nothing it depends on "
       "was\n"
-      "                                               applied; handed ScriptedMessage (global)\n"
+      "                                               applied; leaves ScriptedMessage (global)\n"
+      "3  X       auto apply ✗     40.0 µs  inline    FAILED: no tool; off the way to D; B was "
+      "applied\n"
+      "                                               before it; handed ScriptedMessage (global)\n"
+      "4  C       auto apply       0.00 µs  inline    up to date; B was applied before it; handed\n"
+      "                                               ScriptedMessage (global)\n"
       "5  D       full apply        2.50 s  worker 1  messages concern it: ScriptedMessage "
-      "(global); its\n"
-      "                                               result does not match its inputs; C before "
-      "it was\n"
-      "                                               applied\n"
-      "   W       not reached                         off the way to D; nothing before it was "
-      "applied in\n"
-      "                                               this run\n"
+      "(global); out of\n"
+      "                                               date; C was applied before it\n"
+      "   W       not reached                         off the way to D; nothing it depends on was "
+      "applied\n"
       "\n"
       "Still inconsistent: D\n");
 }
@@ -121,6 +117,35 @@ TEST(RunTable, NamesWhatIsUndone) {
   const std::string table = tableOf(design.recorder->getLastReport());
   EXPECT_THAT(table, HasSubstr("Undo of Update Design up to: B:apply\n"));
   EXPECT_THAT(table, HasSubstr("1  A       undone"));
+}
+
+TEST(RunTable, SaysWhyThereIsNothingToSee) {
+  ExplainedDesign design("A -> B");
+  design.design.needApply("A");
+  const auto update = design.update("A", "B");
+  update->execute();
+  update->undo();
+  EXPECT_THAT(tableOf(design.recorder->getLastReport()),
+              HasSubstr("No step was seen: the commands of the modules were not watched.\n"));
+  const auto watching = design.watch();
+  design.design.forEachModule([](auto& module) { module.necessary = false; });
+  update->execute();
+  update->undo();
+  EXPECT_THAT(tableOf(design.recorder->getLastReport()), HasSubstr("Nothing was done.\n"));
+}
+
+TEST(RunTable, NamesAFewOfManyMessages) {
+  ExplainedDesign design("A -> B");
+  design.design.needApply("A");
+  design["A"].apply.script->whenExecuted = [&design](ApplyUpdateInfo& info) {
+    info = ApplyUpdateInfo(std::list<std::shared_ptr<ApplyUpdateMessage>>(
+        1000, TestSupport::makeMessage(design.design.log, "m")));
+  };
+  const RunReport report = design.run("A", "B");
+  EXPECT_EQ(TestSupport::stepOf(report, "A").left.size(), 1000U);
+  EXPECT_THAT(tableOf(report, {.width = 500}),
+              HasSubstr("leaves ScriptedMessage, ScriptedMessage, ScriptedMessage, "
+                        "ScriptedMessage, ScriptedMessage and 995 more\n"));
 }
 
 TEST(RunJson, HoldsTheSameFacts) {
@@ -208,6 +233,24 @@ TEST(RunTrace, PutsRunsOneBehindTheOther) {
     }
   }
   EXPECT_THAT(begins, testing::ElementsAre(0.0, 2501274.0));
+}
+
+TEST(RunTrace, TellsUndoAndRedoFromTheRun) {
+  ExplainedDesign design("A -> B");
+  const auto update = design.update("A", "B");
+  update->execute();
+  update->undo();
+  update->redo();
+  std::vector<std::string> names;
+  const Json trace = traceOf(design.recorder->getReports());
+  for (const Json& event : trace["traceEvents"]) {
+    if (event["ph"] == "X") {
+      names.push_back(event["cat"].get<std::string>() + ": " + event["name"].get<std::string>());
+    }
+  }
+  EXPECT_THAT(names, testing::ElementsAre("run: Update Design up to: B:apply",
+                                          "undo: Undo of Update Design up to: B:apply",
+                                          "redo: Redo of Update Design up to: B:apply"));
 }
 
 TEST(RunTrace, IsEmptyButForNamesWithoutRuns) { EXPECT_EQ(traceOf({})["traceEvents"].size(), 2U); }

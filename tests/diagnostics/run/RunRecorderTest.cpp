@@ -6,6 +6,7 @@
 #include "diagnostics/run/RunRecorder.h"
 #include "reference_platform/command_pattern/SteppingThreadManager.h"
 #include "tessaril/engine/ExceptionPolicy.h"
+#include "tessaril/platform/framework_interfaces/ApplyCmdFactory.h"
 #include "tests/diagnostics/run/ExplainedDesign.h"
 #include "tests/support/ScriptedMessage.h"
 
@@ -31,6 +32,23 @@ void failsWith(TestSupport::CommandMaking& making, const std::string& text) {
   making.script->whenExecuted = [text](ApplyUpdateInfo&) { throw std::runtime_error(text); };
 }
 
+/// Makes nothing, and complains.
+class UnwillingFactory : public ApplyCmdFactory {
+ public:
+  std::shared_ptr<CommandBase> createApplyCommand(std::shared_ptr<Object> /*object*/) override {
+    throw std::runtime_error("no licence");
+  }
+  std::shared_ptr<CommandBase> createAutoApplyCommand(std::shared_ptr<Object> /*object*/,
+                                                      bool /*mayRunAlone*/) override {
+    throw std::runtime_error("no licence");
+  }
+  std::shared_ptr<CommandBase> createMessageHandlingCmd(
+      std::shared_ptr<Object> /*object*/, std::shared_ptr<ApplyUpdateMessage> /*message*/,
+      bool /*flag*/) override {
+    throw std::runtime_error("no licence");
+  }
+};
+
 // What was done, and why
 
 TEST(RunRecorder, TellsWhatWasDoneInOrder) {
@@ -54,12 +72,11 @@ TEST(RunRecorder, SaysWhyOneModuleWasAppliedAndAnotherWasNot) {
   design["B"].consistent = false;
   design["C"].necessary = true;
   const RunReport report = design.run("A", "C");
-  EXPECT_EQ(reasonOf(report, "A"), "its result matches its inputs");
-  EXPECT_EQ(reasonOf(report, "B"),
-            "its result does not match its inputs; nothing before it was applied in this run");
-  EXPECT_EQ(reasonOf(report, "C"), "it asks for an apply; B before it was applied");
-  EXPECT_EQ(reasonOf(report, "X"), "off the way to C; B before it was applied");
-  EXPECT_EQ(reasonOf(report, "W"), "off the way to C; nothing before it was applied in this run");
+  EXPECT_EQ(reasonOf(report, "A"), "up to date");
+  EXPECT_EQ(reasonOf(report, "B"), "out of date; nothing it depends on was applied");
+  EXPECT_EQ(reasonOf(report, "C"), "it asks for an apply; B was applied before it");
+  EXPECT_EQ(reasonOf(report, "X"), "off the way to C; B was applied before it");
+  EXPECT_EQ(reasonOf(report, "W"), "off the way to C; nothing it depends on was applied");
   EXPECT_THAT(stillInconsistent(report), ElementsAre("B"));
 }
 
@@ -73,7 +90,7 @@ TEST(RunRecorder, SaysWhatKeptAModuleFromItsApply) {
   const RunReport report = design.run("A", "C");
   EXPECT_EQ(deeds(report), "A:full apply B:signalled C:full apply");
   EXPECT_EQ(reasonOf(report, "B"), "it asks for an apply; but it cannot be applied now (skipped)");
-  EXPECT_EQ(reasonOf(report, "C"), "it asks for an apply; A before it was applied");
+  EXPECT_EQ(reasonOf(report, "C"), "it asks for an apply; A was applied before it");
 }
 
 TEST(RunRecorder, TellsWhichMessagesMadeAModuleNeedItsApply) {
@@ -84,7 +101,7 @@ TEST(RunRecorder, TellsWhichMessagesMadeAModuleNeedItsApply) {
   };
   const RunReport report = design.run("A", "B");
   EXPECT_EQ(reasonOf(report, "B"),
-            "messages concern it: ScriptedMessage (global); A before it was applied");
+            "messages concern it: ScriptedMessage (global); A was applied before it");
   const MessageNote note{"Tessaril::TestSupport::ScriptedMessage", false, true};
   EXPECT_THAT(stepOf(report, "A").received, IsEmpty());
   EXPECT_THAT(stepOf(report, "A").left, ElementsAre(note));
@@ -117,9 +134,7 @@ TEST(RunRecorder, TellsWhereAnAutoApplyMadeNoCommand) {
   design["B"].autoApply.script.reset();
   const RunReport report = design.run("A", "C");
   EXPECT_EQ(deeds(report), "A:full apply B:no command C:full apply");
-  EXPECT_EQ(reasonOf(report, "B"),
-            "an auto apply was due, but no command was made for it; its result matches its "
-            "inputs");
+  EXPECT_EQ(reasonOf(report, "B"), "an auto apply was due, but it made no command");
 }
 
 TEST(RunRecorder, SaysThatItCannotKnowWhatItDoesNotWatch) {
@@ -127,9 +142,8 @@ TEST(RunRecorder, SaysThatItCannotKnowWhatItDoesNotWatch) {
   design.design.needApply("A C");
   design["B"].autoApply.script.reset();
   const RunReport report = design.run("A", "C");
-  EXPECT_EQ(deeds(report), "A:full apply C:full apply B:not reached");
-  EXPECT_EQ(reasonOf(report, "B"),
-            "nothing was seen of it: its auto apply made no command, or it was not reached");
+  EXPECT_EQ(deeds(report), "A:full apply C:full apply B:not seen");
+  EXPECT_EQ(reasonOf(report, "B"), "it made no command, or was not reached");
   EXPECT_FALSE(report.modules[0].commandsWatched);
 }
 
@@ -140,7 +154,7 @@ TEST(RunRecorder, TellsWhereTheRunEndedForWantOfACommand) {
   const RunReport report = design.run("A", "C");
   EXPECT_EQ(deeds(report), "A:full apply B:no command C:not reached");
   EXPECT_EQ(reasonOf(report, "B"),
-            "a full apply was due, but no command was made for it: the run ends here");
+            "a full apply was due, but it made no command: the run ends here");
   EXPECT_EQ(reasonOf(report, "C"), "the run ended before it");
   EXPECT_EQ(report.outcome, Outcome::Finished);
 }
@@ -148,11 +162,10 @@ TEST(RunRecorder, TellsWhereTheRunEndedForWantOfACommand) {
 TEST(RunRecorder, SaysWhatLiesBehindTheEnd) {
   ExplainedDesign design("A -> B -> C");
   const auto watching = design.watch();
-  EXPECT_EQ(reasonOf(design.run("A", "B"), "C"),
-            "behind B; nothing before it was applied in this run");
+  EXPECT_EQ(reasonOf(design.run("A", "B"), "C"), "behind B; nothing it depends on was applied");
   const RunReport report = design.run("A", "B", "C");
   EXPECT_EQ(deeds(report), "A:passed over B:passed over C:auto apply");
-  EXPECT_EQ(reasonOf(report, "C"), "behind B; nothing before it was applied in this run");
+  EXPECT_EQ(reasonOf(report, "C"), "behind B; nothing it depends on was applied");
 }
 
 TEST(RunRecorder, AsksOfTheLastRunsModuleOnlyWhatTheUpdateAsks) {
@@ -172,7 +185,7 @@ TEST(RunRecorder, NamesOnlyWhatWasAppliedBeforeTheModule) {
   const RunReport report = design.run("A", "C");
   EXPECT_EQ(deeds(report),
             "A:full apply R:auto apply X:auto apply B:auto apply Y:auto apply C:full apply");
-  EXPECT_EQ(reasonOf(report, "X"), "off the way to C; R before it was applied");
+  EXPECT_EQ(reasonOf(report, "X"), "off the way to C; R was applied before it");
 }
 
 // Signals
@@ -227,7 +240,7 @@ TEST(RunRecorder, TellsOfAFailureThatTheRunKeeps) {
   EXPECT_EQ(report.outcome, Outcome::Failed);
   EXPECT_EQ(report.failure, "no load given");
   EXPECT_EQ(stepOf(report, "B").failure, "no load given");
-  EXPECT_EQ(reasonOf(report, "C"), "the run had been stopped; B before it was applied");
+  EXPECT_EQ(reasonOf(report, "C"), "the run had been stopped; B was applied before it");
   EXPECT_THAT(report.announced, ElementsAre(false));
 }
 
@@ -299,6 +312,35 @@ TEST(RunRecorder, SwallowsWhatAModuleThrowsAboutItsRateAndItsFlags) {
   EXPECT_FALSE(report.modules[0].consistent);
   EXPECT_FALSE(report.steps[0].flags);
   EXPECT_TRUE(report.steps[0].answers);
+}
+
+TEST(RunRecorder, NamesTheModuleWhoseCommandCouldNotBeMade) {
+  ExplainedDesign design("A -> B -> C");
+  design.design.needApply("A B C");
+  const auto unwilling = std::make_shared<UnwillingFactory>();
+  design["B"].setApplyCmdFactory(unwilling);
+  const RunReport report = design.run("A", "C");
+  EXPECT_EQ(deeds(report), "A:full apply B:no command! C:not reached");
+  EXPECT_EQ(stepOf(report, "B").failure, "no licence");
+  EXPECT_EQ(report.outcome, Outcome::Thrown);
+}
+
+// Who asks a module and hears a signal must not ask again because of it.
+TEST(RunRecorder, TakesNoSignalOfAnAnswerToItsOwnQuestionForOneOfTheUpdate) {
+  ExplainedDesign design("A -> B -> C");
+  const auto watching = design.watch();
+  design.design.needApply("A C");
+  design["B"].autoNecessary = false;
+  std::size_t asked = 0;
+  const auto sendAndAnswer = [&] {
+    ++asked;
+    design["C"].sendStateChangeSignal();
+    return true;
+  };
+  design["B"].always = std::function<bool()>(sendAndAnswer);
+  const RunReport report = design.run("A", "C");
+  EXPECT_EQ(deeds(report), "A:full apply B:signalled C:full apply");
+  EXPECT_EQ(asked, 1U);
 }
 
 TEST(RunRecorder, TellsOfAStopRequest) {
@@ -489,7 +531,7 @@ TEST(RunRecorder, NeedsNoQuestionWithoutAskingAgain) {
   const RunReport report = design.run("A", "C");
   EXPECT_EQ(deeds(report), "A:passed over B:full apply C:signalled");
   EXPECT_EQ(reasonOf(report, "A"), "no full apply is due, and nothing was applied yet");
-  EXPECT_EQ(reasonOf(report, "B"), "nothing before it was applied in this run");
+  EXPECT_EQ(reasonOf(report, "B"), "nothing it depends on was applied");
   EXPECT_EQ(reasonOf(report, "C"), "its state may have changed");
   EXPECT_FALSE(stepOf(report, "B").answers);
   EXPECT_FALSE(report.modules[0].speedRate);

@@ -31,6 +31,7 @@ TEST(BrokenInto, BreaksBetweenWords) {
   EXPECT_THAT(brokenInto(5, ""), ElementsAre(""));
   EXPECT_THAT(brokenInto(40, "two\nlines\tand\x1b[1mmore\x7f"),
               ElementsAre("two lines and [1mmore"));
+  EXPECT_THAT(brokenInto(40, "a\u009b2Jb\u0085c à"), ElementsAre("a 2Jb c à"));
 }
 
 TEST(BrokenInto, BreaksWordsThatAreTooLongBetweenCharacters) {
@@ -38,6 +39,12 @@ TEST(BrokenInto, BreaksWordsThatAreTooLongBetweenCharacters) {
   EXPECT_THAT(brokenInto(3, "x äöüäö"), ElementsAre("x", "äöü", "äö"));
   EXPECT_THAT(brokenInto(3, "歯車歯"), ElementsAre("歯", "車", "歯"));
   EXPECT_THAT(brokenInto(1, "歯"), ElementsAre("歯"));
+}
+
+TEST(BrokenInto, BreaksWordsOfAnyLength) {
+  const auto lines = brokenInto(50, std::string(1'000'001, 'x'));
+  EXPECT_EQ(lines.size(), 20'001U);
+  EXPECT_EQ(lines.back(), "x");
 }
 
 TEST(TextTable, AlignsByWhatIsShown) {
