@@ -161,6 +161,7 @@ TEST(RunJson, HoldsTheSameFacts) {
   EXPECT_EQ(json["stillInconsistent"], Json::array({"D"}));
   EXPECT_EQ(json["modules"].size(), 6U);
   EXPECT_EQ(json["modules"][0]["place"], "onTheWay");
+  EXPECT_EQ(json["modules"][0]["next"], Json::array({1, 2}));
   EXPECT_EQ(json["modules"][0]["speedRate"], 3);
   EXPECT_EQ(json["modules"][0]["commandsWatched"], true);
 
