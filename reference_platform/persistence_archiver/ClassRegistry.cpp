@@ -4,7 +4,11 @@
 #include <deque>
 #include <mutex>
 
+#include "tessaril/platform/identifiers/Identifier.h"
+#include "tessaril/platform/parameterization/Object.h"
+#include "tessaril/platform/parameterization/Path.h"
 #include "tessaril/platform/persistence_archiver/ArchiveException.h"
+#include "tessaril/platform/persistence_archiver/BaseClassRegister.h"
 #include "tessaril/platform/persistence_archiver/PersistenceArchiver.h"
 
 namespace Tessaril::ReferencePlatform {
@@ -117,5 +121,22 @@ std::optional<ClassRegistry::CasterPath> ClassRegistry::pathToBase(unsigned int 
   }
   return std::nullopt;
 }
+
+namespace {
+
+template <typename T>
+bool isRegistered() {
+  BaseClassRegister descriptor;
+  T::serialization_register(&descriptor);
+  return descriptor.typeId != BaseClassRegister::kNoType;
+}
+
+/// The services' own classes are known from the load of their library on, and not only when one of
+/// their objects is first written or read. In this file, which whoever reads an archive is linked
+/// with: a file of its own would be left out of a program that is linked with a static library.
+[[maybe_unused]] const bool hostClassesAreRegistered =
+    isRegistered<Identifier>() && isRegistered<Path>() && isRegistered<Object>();
+
+}  // namespace
 
 }  // namespace Tessaril::ReferencePlatform

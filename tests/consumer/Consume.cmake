@@ -12,7 +12,7 @@ cmake_minimum_required(VERSION 3.25)
 set(here "${CMAKE_CURRENT_LIST_DIR}")
 set(update_output "Update Design up to: Apply roof: 9, 1\nundone: 0, 0\n")
 set(snapshot_output "/mesh (Step)\n/parts (Step)\n")
-set(services_output "Drehmoment\nrefused\n")
+set(services_output "Drehmoment\nrefused\nObject is known\n")
 set(stored_output "requirements -> parts -> mesh (frozen)\n")
 
 function(fail why)

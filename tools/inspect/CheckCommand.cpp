@@ -21,6 +21,7 @@ std::vector<GraphFinding> findingsOf(const GraphSnapshot& snapshot, const CheckO
     const std::vector<GraphFinding> ofRun =
         checkRun(snapshot, findModule(snapshot, *options.from), findModule(snapshot, *options.to));
     findings.insert(findings.end(), ofRun.begin(), ofRun.end());
+    Diagnostics::sortFindings(findings);
   }
   return findings;
 }

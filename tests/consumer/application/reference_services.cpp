@@ -11,6 +11,7 @@
 #include "reference_platform/persistence_archiver/ArchiveFile.h"
 #include "reference_platform/translation/Catalogue.h"
 #include "tessaril/platform/logging/Logging.h"
+#include "tessaril/platform/persistence_archiver/PersistenceArchiver.h"
 #include "tessaril/platform/translation/Translator.h"
 
 namespace Reference = Tessaril::ReferencePlatform;
@@ -35,5 +36,10 @@ int main() {
     Reference::openArchive("there is no such file");
   } catch (const Tessaril::ArchiveException&) {
     std::cout << "refused\n";
+  }
+
+  // This program uses no design object, and still knows one when it meets one in an archive.
+  if (Tessaril::PersistenceArchiver::findFactory("Object") != nullptr) {
+    std::cout << "Object is known\n";
   }
 }
