@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <map>
 #include <optional>
 #include <stdexcept>
 #include <unordered_map>
@@ -31,6 +30,7 @@ class ModuleFinder {
   /// For each module of the report on the way its place in the order in which they were found.
   std::vector<std::optional<std::size_t>> placesOf(const RunReport& report) {
     std::vector<std::optional<std::size_t>> places(report.modules.size());
+    ++runs;
     std::vector<bool> isTaken(count, false);
     for (std::size_t m = 0; m < places.size(); ++m) {
       if (report.modules[m].place == Place::OnTheWay) {
@@ -54,11 +54,15 @@ class ModuleFinder {
     return place == byAddress.end() ? std::nullopt : std::optional(place->second);
   }
 
+  /// The modules of one name, and those first ones of them that the present run has taken.
+  struct Namesakes {
+    std::vector<std::size_t> places;
+    std::size_t taken = 0;
+    std::size_t run = 0;
+  };
+
   std::size_t findOrAdd(const ReportedModule& module, std::vector<bool>& isTaken) {
-    const auto [first, last] = byName.equal_range(module.name);
-    const auto free =
-        std::find_if(first, last, [&isTaken](const auto& named) { return !isTaken[named.second]; });
-    const std::size_t place = free == last ? add(module.name, isTaken) : free->second;
+    const std::size_t place = placeAmong(byName[module.name], isTaken);
     isTaken[place] = true;
     if (const auto living = module.module.lock()) {
       byAddress.emplace(living.get(), place);
@@ -66,15 +70,25 @@ class ModuleFinder {
     return place;
   }
 
-  std::size_t add(const std::string& name, std::vector<bool>& isTaken) {
-    isTaken.push_back(false);
-    byName.emplace(name, count);
-    return count++;
+  std::size_t placeAmong(Namesakes& namesakes, std::vector<bool>& isTaken) {
+    if (std::exchange(namesakes.run, runs) != runs) {
+      namesakes.taken = 0;
+    }
+    const std::vector<std::size_t>& places = namesakes.places;
+    while (namesakes.taken < places.size() && isTaken[places[namesakes.taken]]) {
+      ++namesakes.taken;
+    }
+    if (namesakes.taken == places.size()) {
+      isTaken.push_back(false);
+      namesakes.places.push_back(count++);
+    }
+    return places[namesakes.taken];
   }
 
   std::size_t count = 0;
+  std::size_t runs = 0;
   std::unordered_map<const ApplyModule*, std::size_t> byAddress;
-  std::multimap<std::string, std::size_t> byName;
+  std::unordered_map<std::string, Namesakes> byName;
 };
 
 /// Gathers the full applies of several runs.

@@ -219,7 +219,7 @@ ChangesBefore::Links PresentRun::previousModules() const {
 }
 
 void PresentRun::noteChangesBefore() {
-  const ChangesBefore changes(previousModules(), lastApplies());
+  ChangesBefore changes(previousModules(), lastApplies());
   for (std::size_t i = 0; i < report.steps.size(); ++i) {
     RunStep& one = report.steps[i];
     if (const std::size_t change = changes.before(one.module, i); change > 0) {

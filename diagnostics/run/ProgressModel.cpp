@@ -10,6 +10,8 @@ namespace {
 using Speed = LegacyProgress::Speed;
 
 constexpr std::size_t kMostListed = 4'000'000;
+/// So many links are followed to find what is to be listed.
+constexpr std::size_t kMostFollowed = 16'000'000;
 
 }  // namespace
 
@@ -29,7 +31,7 @@ void ProgressModel::findFollowers(const Links& next) {
     const bool leadsOnlyOn = next[i].size() == 1 && next[i].front() > i;
     if (leadsOnlyOn) {
       nodes[i].heir = next[i].front();
-    } else if (listed > kMostListed && i + 1 < nodes.size()) {
+    } else if ((listed > kMostListed || followed > kMostFollowed) && i + 1 < nodes.size()) {
       nodes[i].heir = i + 1;
     } else {
       nodes[i].followers = listFollowers(next, i);
@@ -38,7 +40,7 @@ void ProgressModel::findFollowers(const Links& next) {
   }
 }
 
-std::vector<std::size_t> ProgressModel::listFollowers(const Links& next, std::size_t node) const {
+std::vector<std::size_t> ProgressModel::listFollowers(const Links& next, std::size_t node) {
   std::vector<std::size_t> followers;
   std::vector<bool> isMet(nodes.size(), false);
   isMet[node] = true;
@@ -46,6 +48,7 @@ std::vector<std::size_t> ProgressModel::listFollowers(const Links& next, std::si
   while (!pending.empty()) {
     const std::size_t met = pending.back();
     pending.pop_back();
+    ++followed;
     if (isMet[met]) {
       continue;
     }

@@ -26,7 +26,8 @@ class ProgressModel {
   /// among themselves.
   ///
   /// What follows a fork is listed once for each fork. Where that would be many millions of
-  /// modules, the forks left over are taken to be followed by everything behind them.
+  /// modules, or take many millions of links to find, the forks left over are taken to be followed
+  /// by everything behind them.
   ProgressModel(const Links& next, const std::vector<bool>& isApplied);
 
   std::size_t size() const { return applied.size(); }
@@ -50,7 +51,7 @@ class ProgressModel {
   };
 
   void findFollowers(const Links& next);
-  std::vector<std::size_t> listFollowers(const Links& next, std::size_t node) const;
+  std::vector<std::size_t> listFollowers(const Links& next, std::size_t node);
   template <typename Sum, typename Settle, typename Add>
   void foldFromEnd(const Settle& settle, const Add& add) const;
 
@@ -58,6 +59,7 @@ class ProgressModel {
   /// The nodes that are applied, in order.
   std::vector<std::size_t> applied;
   std::size_t listed = 0;
+  std::size_t followed = 0;
 };
 
 }  // namespace Tessaril::Diagnostics

@@ -11,8 +11,8 @@
 #include "diagnostics/run/RunJson.h"
 #include "diagnostics/run/RunReasons.h"
 #include "diagnostics/run/TextTable.h"
+#include "diagnostics/run/VisitOrder.h"
 #include "tessaril/commands/ApplyUpdateInfo.h"
-#include "tessaril/graph/ApplyGraph.h"
 #include "tessaril/module/ApplyModule.h"
 
 // The decisions of an update, without its commands: the modules on the way to the end in graph
@@ -22,8 +22,7 @@ namespace Tessaril::Diagnostics {
 namespace {
 
 using ModulePtr = std::shared_ptr<ApplyModule>;
-using ModuleSet = std::unordered_set<ModulePtr>;
-using ModuleQueue = std::queue<ModulePtr>;
+using Links = std::vector<std::vector<std::size_t>>;
 
 constexpr std::size_t kWidestName = 24;
 
@@ -45,8 +44,14 @@ class Rehearsal {
       indices.emplace(member.module.get(), modules.size());
       modules.push_back(member.module);
     }
-    estimate.start = stepOf(start).name;
-    estimate.end = stepOf(end).name;
+    for (const ModulePtr& module : modules) {
+      next.push_back(indicesOf(module->getNextApplyModules()));
+      previous.push_back(indicesOf(module->getPreviousApplyModules()));
+    }
+    isVisited.resize(modules.size(), false);
+    isClosed.resize(modules.size(), false);
+    estimate.start = estimate.steps[indexOf(start)].name;
+    estimate.end = estimate.steps[indexOf(end)].name;
     if (horizon != nullptr) {
       const auto place = indices.find(horizon.get());
       estimate.horizon = place != indices.end()
@@ -57,15 +62,18 @@ class Rehearsal {
   }
 
   RunEstimate run() {
-    start->gatherAllSuccessors(scope, end);
-    scope.insert(start);
-    queue.push(start);
-    while (const ModulePtr module = ApplyGraph::getNextModuleInOrder(queue, visited, scope)) {
+    VisitOrder onTheWay(previous, isVisited, scope());
+    onTheWay.push(indexOf(start));
+    wayVisit = &onTheWay;
+    while (const auto module = onTheWay.takeNext()) {
       handleSubGraphs();
-      decide(module);
+      decide(*module);
     }
+    wayVisit = nullptr;
     if (horizon != nullptr && subGraphs.empty()) {
-      pushNext(end, subGraphs);
+      for (const std::size_t following : next[indexOf(end)]) {
+        subGraphs.push(following);
+      }
     }
     handleSubGraphs();
     return ordered();
@@ -73,18 +81,31 @@ class Rehearsal {
 
  private:
   std::size_t indexOf(const ModulePtr& module) const { return indices.at(module.get()); }
-  EstimatedStep& stepOf(const ModulePtr& module) { return estimate.steps[indexOf(module)]; }
 
-  static void pushNext(const ModulePtr& module, ModuleQueue& into) {
-    for (const auto& link : module->getNextApplyModules()) {
-      if (const ModulePtr next = link.lock()) {
-        into.push(next);
+  /// Of what lies in the range.
+  template <typename List>
+  std::vector<std::size_t> indicesOf(const List& links) const {
+    std::vector<std::size_t> found;
+    for (const auto& link : links) {
+      if (const auto place = indices.find(link.lock().get()); place != indices.end()) {
+        found.push_back(place->second);
       }
     }
+    return found;
   }
 
-  void decide(const ModulePtr& module) {
-    EstimatedStep& step = stepOf(module);
+  VisitOrder::Scope scope() const {
+    std::unordered_set<ModulePtr> followers;
+    start->gatherAllSuccessors(followers, end);
+    VisitOrder::Scope found{indexOf(start)};
+    for (const ModulePtr& module : followers) {
+      found.insert(indexOf(module));
+    }
+    return found;
+  }
+
+  void decide(std::size_t module) {
+    const EstimatedStep& step = estimate.steps[module];
     const PolicyAnswers& answers = step.answers;
     const bool isNeeded = answers.updateInfoRelevant || answers.applyNecessary;
     const bool isOnTheWay = step.place == Place::OnTheWay;
@@ -94,7 +115,7 @@ class Rehearsal {
     } else if (hasApplied && answers.autoApplyPossible && answers.autoApplyNecessary) {
       if (endReached || !isOnTheWay) {
         rehearseSubGraph(module);
-        visited.insert(module);
+        setVisited(module);
         return;
       }
       settle(module, Prospect::AutoApply, need(step));
@@ -104,50 +125,87 @@ class Rehearsal {
     } else {
       settle(module, Prospect::PassedOver, need(step));
     }
-    endReached = endReached || module == end;
+    endReached = endReached || modules[module] == end;
     queueNext(module);
   }
 
-  void queueNext(const ModulePtr& module) {
-    for (const auto& link : module->getNextApplyModules()) {
-      const ModulePtr next = link.lock();
-      if (next == nullptr) {
-        continue;
-      }
-      if (stepOf(next).place == Place::OnTheWay) {
-        queue.push(next);
+  void queueNext(std::size_t module) {
+    for (const std::size_t following : next[module]) {
+      if (estimate.steps[following].place == Place::OnTheWay) {
+        wayVisit->push(following);
       } else if (hasApplied) {
-        subGraphs.push(next);
+        subGraphs.push(following);
       }
     }
   }
 
   void handleSubGraphs() {
     while (!subGraphs.empty()) {
-      const ModulePtr root = subGraphs.front();
+      const std::size_t root = subGraphs.front();
       subGraphs.pop();
       rehearseSubGraph(root);
     }
   }
 
-  void rehearseSubGraph(const ModulePtr& root) {
-    ModuleSet subGraph;
-    root->gatherAllSuccessors(subGraph, nullptr);
-    subGraph.insert(root);
-    ModuleQueue pending;
-    pending.push(root);
-    while (const ModulePtr module = ApplyGraph::getNextModuleInOrder(pending, visited, subGraph)) {
-      settle(module, Prospect::AutoApply, whereIs(stepOf(module)));
-      pushNext(module, pending);
+  void rehearseSubGraph(std::size_t root) {
+    if (isVisited[root]) {
+      return;
+    }
+    const std::size_t begin = order.size();
+    VisitOrder subGraph(previous, isVisited, openSubGraph(root));
+    subGraph.push(root);
+    while (const auto module = subGraph.takeNext()) {
+      settle(*module, Prospect::AutoApply, whereIs(estimate.steps[*module]));
+      subGraph.noteVisited(*module);
+      for (const std::size_t following : next[*module]) {
+        subGraph.push(following);
+      }
+    }
+    closeFrom(begin);
+  }
+
+  /// The module and everything behind it, but for what is closed: visited, as all behind it is, so
+  /// that nothing comes of it. Side chains often have much behind them in common.
+  VisitOrder::Scope openSubGraph(std::size_t root) const {
+    VisitOrder::Scope found{root};
+    std::vector<std::size_t> pending{root};
+    while (!pending.empty()) {
+      const std::size_t module = pending.back();
+      pending.pop_back();
+      for (const std::size_t following : next[module]) {
+        if (!isClosed[following] && found.insert(following).second) {
+          pending.push_back(following);
+        }
+      }
+    }
+    return found;
+  }
+
+  /// Closes of what was visited last, from the place `begin` in the order on, what can be. What
+  /// follows a module was visited behind it, unless it waits on a cycle.
+  void closeFrom(std::size_t begin) {
+    for (std::size_t place = order.size(); place-- > begin;) {
+      const auto& following = next[order[place]];
+      isClosed[order[place]] = std::all_of(following.begin(), following.end(),
+                                           [this](std::size_t one) { return isClosed[one]; });
     }
   }
 
-  void settle(const ModulePtr& module, Prospect prospect, const std::string& reason) {
-    EstimatedStep& step = stepOf(module);
+  void settle(std::size_t module, Prospect prospect, const std::string& reason) {
+    EstimatedStep& step = estimate.steps[module];
     step.prospect = prospect;
     step.reason = reason;
-    visited.insert(module);
-    order.push_back(indexOf(module));
+    setVisited(module);
+    order.push_back(module);
+  }
+
+  void setVisited(std::size_t module) {
+    if (!isVisited[module]) {
+      isVisited[module] = true;
+      if (wayVisit != nullptr) {
+        wayVisit->noteVisited(module);
+      }
+    }
   }
 
   static std::string need(const EstimatedStep& step) {
@@ -173,7 +231,7 @@ class Rehearsal {
 
   /// The steps in the order of the run, with what may change them.
   RunEstimate ordered() {
-    const ChangesBefore applies = changes();
+    ChangesBefore applies = changes();
     RunEstimate result = std::move(estimate);
     std::vector<EstimatedStep> unordered = std::exchange(result.steps, {});
     std::vector<bool> isReached(modules.size(), false);
@@ -196,19 +254,11 @@ class Rehearsal {
 
   /// What would be applied, at its places in the order of the run, which count from 1.
   ChangesBefore changes() const {
-    ChangesBefore::Links previous(modules.size());
-    for (std::size_t index = 0; index < modules.size(); ++index) {
-      for (const auto& link : modules[index]->getPreviousApplyModules()) {
-        if (const auto before = indices.find(link.lock().get()); before != indices.end()) {
-          previous[index].push_back(before->second);
-        }
-      }
-    }
     std::vector<std::size_t> applied(modules.size(), 0);
     for (std::size_t place = 0; place < order.size(); ++place) {
       applied[order[place]] = isApplied(order[place]) ? place + 1 : 0;
     }
-    return {std::move(previous), std::move(applied)};
+    return {previous, std::move(applied)};
   }
 
   static std::string notReached(const EstimatedStep& step, const std::string& endName,
@@ -227,11 +277,16 @@ class Rehearsal {
   RunEstimate estimate;
   std::vector<ModulePtr> modules;
   std::unordered_map<const ApplyModule*, std::size_t> indices;
+  /// By index, as everything that follows.
+  Links next;
+  Links previous;
   std::vector<std::size_t> order;
-  ModuleSet scope;
-  ModuleSet visited;
-  ModuleQueue queue;
-  ModuleQueue subGraphs;
+  std::vector<bool> isVisited;
+  /// Visited, and everything behind it too.
+  std::vector<bool> isClosed;
+  /// While there is one.
+  VisitOrder* wayVisit = nullptr;
+  std::queue<std::size_t> subGraphs;
   bool hasApplied = false;
   bool endReached = false;
 };

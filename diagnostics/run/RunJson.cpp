@@ -1,6 +1,7 @@
 #include "diagnostics/run/RunJson.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "diagnostics/run/RunReasons.h"
 
@@ -32,8 +33,33 @@ Json toJson(const std::optional<SnapshotFlags>& flags) {
           {"skipped", flags->skipped}};
 }
 
-Json inUtf8(const Json& json) {
-  return Json::parse(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+namespace {
+
+void putIntoUtf8(std::string& text) {
+  const bool isAscii = std::all_of(text.begin(), text.end(), [](char letter) {
+    return static_cast<unsigned char>(letter) < 0x80;
+  });
+  if (!isAscii) {
+    const std::string written = Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+    text = Json::parse(written).get<std::string>();
+  }
+}
+
+void putIntoUtf8(Json& json) {
+  if (auto* const text = json.get_ptr<Json::string_t*>()) {
+    putIntoUtf8(*text);
+  } else if (json.is_structured()) {
+    for (Json& part : json) {
+      putIntoUtf8(part);
+    }
+  }
+}
+
+}  // namespace
+
+Json inUtf8(Json json) {
+  putIntoUtf8(json);
+  return json;
 }
 
 std::string placeKey(Place place) {
@@ -131,7 +157,7 @@ Json toJson(const RunReport& report) {
   json["modules"] = std::move(modules);
   json["steps"] = std::move(steps);
   json["stillInconsistent"] = stillInconsistent(report);
-  return inUtf8(json);
+  return inUtf8(std::move(json));
 }
 
 namespace {
@@ -167,7 +193,12 @@ class Trace {
     for (Json& event : events) {
       all.push_back(std::move(event));
     }
-    return {{"traceEvents", std::move(all)}, {"displayTimeUnit", "ms"}};
+    // An object that grows copies what it holds.
+    Json trace = Json::object();
+    trace.get_ref<Json::object_t&>().reserve(2);
+    trace["traceEvents"] = std::move(all);
+    trace["displayTimeUnit"] = "ms";
+    return trace;
   }
 
  private:

@@ -18,7 +18,7 @@ std::string placeKey(Place place);
 
 /// The same with U+FFFD in the place of bytes that are no UTF-8: names and failures come from
 /// applications, and JSON cannot be written with them otherwise.
-nlohmann::ordered_json inUtf8(const nlohmann::ordered_json& json);
+nlohmann::ordered_json inUtf8(nlohmann::ordered_json json);
 
 template <typename T>
 nlohmann::ordered_json orNull(const std::optional<T>& value) {

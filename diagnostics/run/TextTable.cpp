@@ -100,6 +100,28 @@ std::vector<std::string_view> wordsOf(std::string_view text) {
   return words;
 }
 
+// Most cells of a table are short and in plain letters.
+
+bool isAscii(std::string_view text) {
+  unsigned char all = 0;
+  for (const char letter : text) {
+    all |= static_cast<unsigned char>(letter);
+  }
+  return all < 0x80;
+}
+
+/// ASCII without control characters, words parted by single blanks.
+bool isPlain(std::string_view text) {
+  char before = ' ';
+  for (const char letter : text) {
+    if (letter < ' ' || letter > '~' || (letter == ' ' && before == ' ')) {
+      return false;
+    }
+    before = letter;
+  }
+  return text.empty() || before != ' ';
+}
+
 /// How many bytes of `word` fit, at least one character.
 std::size_t fittingBytes(std::string_view word, std::size_t width) {
   std::size_t bytes = 0;
@@ -118,6 +140,9 @@ std::size_t fittingBytes(std::string_view word, std::size_t width) {
 }  // namespace
 
 std::size_t displayWidth(std::string_view text) {
+  if (isAscii(text)) {
+    return text.size();
+  }
   std::size_t width = 0;
   while (!text.empty()) {
     const Character next = firstOf(text);
@@ -128,6 +153,9 @@ std::size_t displayWidth(std::string_view text) {
 }
 
 std::vector<std::string> brokenInto(std::size_t width, std::string_view text) {
+  if (text.size() <= width && isPlain(text)) {
+    return {std::string(text)};
+  }
   std::vector<std::string> lines(1);
   for (std::string_view word : wordsOf(text)) {
     const std::size_t used = displayWidth(lines.back());
