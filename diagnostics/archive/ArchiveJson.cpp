@@ -139,8 +139,13 @@ Json toJson(const ChangedObject& object) {
 
 }  // namespace
 
-nlohmann::ordered_json toJson(const InspectedArchive& archive) {
-  Json json{{"format", orNull(archive.frames.formatVersion)}, {"size", archive.frames.size}};
+nlohmann::ordered_json toJson(const InspectedArchive& archive, bool withBlocks) {
+  // An object that grows copies what it holds.
+  constexpr std::size_t kMostKeys = 16;
+  Json json = Json::object();
+  json.get_ref<Json::object_t&>().reserve(kMostKeys);
+  json["format"] = orNull(archive.frames.formatVersion);
+  json["size"] = archive.frames.size;
   json["statedSize"] = orNull(archive.frames.statedSize);
   json["problems"] = arrayOf(archive.problems());
   json["classes"] = arrayOf(archive.classes);
@@ -149,7 +154,9 @@ nlohmann::ordered_json toJson(const InspectedArchive& archive) {
   json["hasLinks"] = archive.design.hasLinks;
   json["bytesBehind"] = archive.design.bytesBehind;
   json["droppedLinks"] = arrayOf(archive.droppedLinks);
-  json["blocks"] = arrayOf(archive.frames.blocks);
+  if (withBlocks) {
+    json["blocks"] = arrayOf(archive.frames.blocks);
+  }
   return json;
 }
 

@@ -42,6 +42,16 @@ bool controlsTerminal(std::string_view character) {
          (byte(0) == 0xE2 && byte(1) == 0x81 && byte(2) >= 0xA6 && byte(2) <= 0xA9);
 }
 
+/// As most names and paths are, of which there may be a great many.
+bool isPrintableAscii(std::string_view text) {
+  for (const char letter : text) {
+    if (letter < ' ' || letter > '~') {
+      return false;
+    }
+  }
+  return true;
+}
+
 std::string escaped(std::string_view bytes) {
   std::string text;
   for (const char letter : bytes) {
@@ -55,6 +65,9 @@ std::string escaped(std::string_view bytes) {
 }  // namespace
 
 std::string oneLine(std::string_view text) {
+  if (isPrintableAscii(text)) {
+    return std::string(text);
+  }
   std::string shown;
   while (!text.empty()) {
     const std::size_t length = sequenceLength(text);

@@ -51,7 +51,7 @@ int show(const ShowOptions& options, std::ostream& output) {
   InspectedArchive archive = inspectFile(options.file);
   const std::string whyNot = whyNotReadable(archive);
   if (options.json) {
-    nlohmann::ordered_json json = toJson(archive);
+    nlohmann::ordered_json json = toJson(archive, options.blocks);
     json["readable"] = whyNot.empty();
     json["whyNotReadable"] =
         whyNot.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(whyNot);

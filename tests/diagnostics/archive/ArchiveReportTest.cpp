@@ -154,6 +154,7 @@ TEST(ArchiveReport, TheSameFactsAsJson) {
   EXPECT_EQ(json["droppedLinks"][0]["list"], "previous");
   EXPECT_EQ(json["bytesBehind"], 4);
   EXPECT_EQ(json["blocks"][0]["class"], "Object");
+  EXPECT_FALSE(toJson(inspectArchive(bytes), false).contains("blocks"));
 }
 
 TEST(ArchiveReport, WritesDownWhateverTheBytesHold) {

@@ -137,6 +137,14 @@ TEST_F(ShowCommand, SaysTheSameAsJson) {
   EXPECT_EQ(shown["droppedLinks"][0]["neighbour"], "/gone");
   EXPECT_EQ(shown["readable"], false);
   EXPECT_THAT(shown["whyNotReadable"].get<std::string>(), HasSubstr("App.Step"));
+  EXPECT_FALSE(shown.contains("blocks"));
+}
+
+// Blocks would be most of the output, and few readers want them.
+TEST_F(ShowCommand, ShowsBlocksAsJsonWhereTheyAreAskedFor) {
+  const std::string name = file("a.tsr", savedGraph("A -> B"));
+  const json shown = json::parse(inspect("show --json --blocks " + name).output);
+  EXPECT_EQ(shown["blocks"][0]["begin"], 24);
 }
 
 // diff
