@@ -260,6 +260,8 @@ elseif(KIND STREQUAL "mistakes")
                  "-DTESSARIL_PLATFORM_DIR=${here}/workshop/declarations")
   expect_refused("${SOURCE_DIR}" "does not hold command_pattern/CommandBase.h"
                  -DTESSARIL_PLATFORM_DIR=no/such/directory -DTESSARIL_PLATFORM_TARGET=Workshop::Services)
+  expect_refused("${SOURCE_DIR}" "TESSARIL_BUILD_TESTS needs TESSARIL_BUILD_EXAMPLES"
+                 -DTESSARIL_BUILD_EXAMPLES=OFF)
 
 elseif(KIND STREQUAL "foreign_services")
   # The host's services are a package of their own, which the library's package names.
