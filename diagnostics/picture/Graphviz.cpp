@@ -83,6 +83,7 @@ class FileActions {
 pid_t start(std::vector<std::string> commandLine, const FileActions& files) {
   const std::string program = commandLine.front();
   std::vector<char*> arguments;
+  arguments.reserve(commandLine.size() + 1);
   for (std::string& argument : commandLine) {
     arguments.push_back(argument.data());
   }
