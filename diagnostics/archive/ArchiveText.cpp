@@ -1,45 +1,18 @@
 #include "diagnostics/archive/ArchiveText.h"
 
 #include <array>
-#include <cstddef>
 #include <cstdio>
+
+#include "diagnostics/graph/Utf8.h"
 
 namespace Tessaril::Diagnostics {
 namespace {
 
-/// Bytes of the UTF-8 sequence that a text begins with; 0 where it begins with none, as with one
-/// that is longer than it need be. Requires: the text is not empty.
-std::size_t sequenceLength(std::string_view text) {
-  const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char lead = byte(0);
-  const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  if (text.size() < length || (lead >= 0x80 && lead < 0xC2) || lead > 0xF4) {
-    return 0;
-  }
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) {
-      return 0;
-    }
-  }
-  const bool isTooLong = (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xF0 && byte(1) < 0x90);
-  const bool isNoCharacter = (lead == 0xED && byte(1) > 0x9F) || (lead == 0xF4 && byte(1) > 0x8F);
-  return isTooLong || isNoCharacter ? 0 : length;
-}
-
 /// Whether a terminal may take the character for a command, a new line, or a turn of the direction
-/// of writing. `character` is one UTF-8 sequence.
-bool controlsTerminal(std::string_view character) {
-  const auto byte = [character](std::size_t i) { return static_cast<unsigned char>(character[i]); };
-  if (character.size() == 1) {
-    return byte(0) < 0x20 || byte(0) == 0x7F;
-  }
-  if (character.size() == 2) {
-    return byte(0) == 0xC2 && byte(1) < 0xA0;
-  }
-  // U+200E, U+200F, U+2028 to U+202E, U+2066 to U+2069.
-  return (byte(0) == 0xE2 && byte(1) == 0x80 &&
-          (byte(2) == 0x8E || byte(2) == 0x8F || (byte(2) >= 0xA8 && byte(2) <= 0xAE))) ||
-         (byte(0) == 0xE2 && byte(1) == 0x81 && byte(2) >= 0xA6 && byte(2) <= 0xA9);
+/// of writing.
+bool controlsTerminal(char32_t code) {
+  return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x200E || code == 0x200F ||
+         (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
 }
 
 /// As most names and paths are, of which there may be a great many.
@@ -70,14 +43,14 @@ std::string oneLine(std::string_view text) {
   }
   std::string shown;
   while (!text.empty()) {
-    const std::size_t length = sequenceLength(text);
-    const std::string_view character = text.substr(0, length == 0 ? 1 : length);
-    if (length == 0 || controlsTerminal(character)) {
-      shown += escaped(character);
+    const Utf8Character character = characterAtFront(text);
+    const std::string_view bytes = character.bytes.empty() ? text.substr(0, 1) : character.bytes;
+    if (character.bytes.empty() || controlsTerminal(character.code)) {
+      shown += escaped(bytes);
     } else {
-      shown += character;
+      shown += bytes;
     }
-    text.remove_prefix(character.size());
+    text.remove_prefix(bytes.size());
   }
   return shown;
 }
