@@ -43,6 +43,9 @@ if(TESSARIL_SANITIZERS)
   target_link_options(tessaril_compiler_options INTERFACE -fsanitize=${TESSARIL_SANITIZERS})
 endif()
 if(TESSARIL_COVERAGE)
-  target_compile_options(tessaril_compiler_options INTERFACE --coverage -fprofile-abs-path)
+  # Counters that threads increment at a time lose counts otherwise, and differences of them become
+  # negative, which the reader of the counts refuses.
+  target_compile_options(tessaril_compiler_options
+                         INTERFACE --coverage -fprofile-abs-path -fprofile-update=atomic)
   target_link_options(tessaril_compiler_options INTERFACE --coverage)
 endif()
