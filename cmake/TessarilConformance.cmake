@@ -15,6 +15,7 @@ endif()
 function(tessaril_add_conformance_tests program host_source)
   find_package(GTest REQUIRED)
   set(tests
+      HeapWatch.cpp
       command_pattern/CommandBaseTest.cpp
       command_pattern/MacroCommandTest.cpp
       command_pattern/ThreadManagerTest.cpp

@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "diagnostics/graph/Utf8.h"
+
 namespace Tessaril::Diagnostics {
 namespace {
 
@@ -45,31 +47,10 @@ struct Character {
   std::size_t width;
 };
 
-std::size_t sequenceLength(unsigned char lead) {
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    return 2;
-  }
-  if (lead >= 0xE0 && lead <= 0xEF) {
-    return 3;
-  }
-  return lead >= 0xF0 && lead <= 0xF4 ? 4 : 1;
-}
-
-/// The first character. Requires: the text is not empty.
+/// The first character; a byte that belongs to none counts as one. Requires: the text is not empty.
 Character firstOf(std::string_view text) {
-  const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const std::size_t length = sequenceLength(byte(0));
-  if (length == 1 || text.size() < length) {
-    return {1, 1};
-  }
-  char32_t value = byte(0) & (0xFFU >> (length + 1));
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0U) != 0x80U) {
-      return {1, 1};
-    }
-    value = (value << 6U) | (byte(i) & 0x3FU);
-  }
-  return {length, widthOf(value)};
+  const Utf8Character first = characterAtFront(text);
+  return first.bytes.empty() ? Character{1, 1} : Character{first.bytes.size(), widthOf(first.code)};
 }
 
 /// How many bytes a blank, a line break or anything else has that a terminal might take for a

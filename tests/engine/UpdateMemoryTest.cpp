@@ -1,73 +1,20 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstddef>
-#include <cstdlib>
 #include <functional>
-#include <new>
 #include <ostream>
 #include <stdexcept>
 #include <string>
 
+#include "tests/platform/HeapWatch.h"
 #include "tests/support/ScriptedDesign.h"
 
-// What an update leaves behind in memory. A program of its own, since its operator new is replaced.
-
-namespace {
-
-std::atomic<std::size_t> bytesInUse{0};
-
-// In front of each block stands its size; the block keeps the alignment that operator new promises.
-constexpr std::size_t kHeader = alignof(std::max_align_t);
-static_assert(kHeader >= sizeof(std::size_t));
-
-}  // namespace
-
-// All forms but those for over-aligned types, so that none of them meets a form of another library:
-// a sanitizer's forms do not come down to the plain one.
-
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  void* block = std::malloc(kHeader + size);
-  if (block == nullptr) {
-    return nullptr;
-  }
-  new (block) std::size_t(size);
-  bytesInUse += size;
-  return static_cast<std::byte*>(block) + kHeader;
-}
-
-void* operator new(std::size_t size) {
-  if (void* memory = operator new(size, std::nothrow)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-void* operator new[](std::size_t size) { return operator new(size); }
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
-  return operator new(size, tag);
-}
-
-void operator delete(void* memory) noexcept {
-  if (memory != nullptr) {
-    void* block = static_cast<std::byte*>(memory) - kHeader;
-    bytesInUse -= *static_cast<std::size_t*>(block);
-    std::free(block);
-  }
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
-void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
-  operator delete(memory);
-}
-void operator delete[](void* memory) noexcept { operator delete(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
-void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
-  operator delete(memory);
-}
+// What an update leaves behind in memory.
 
 namespace Tessaril {
 namespace {
 
+using PlatformTests::HeapWatch;
 using TestSupport::ScriptedDesign;
 using TestSupport::ScriptedModule;
 
@@ -100,7 +47,7 @@ class UpdateMemoryTest : public testing::TestWithParam<KindOfRun> {
       run();
       forgetRuns();
     }
-    return bytesInUse;
+    return HeapWatch::bytesInUse();
   }
 
   ScriptedDesign design{"A -> B -> C -> D -> E -> F -> G; A -> S -> T; C -> U -> E; S -> V"};
@@ -121,19 +68,19 @@ TEST_P(UpdateMemoryTest, DoesNotGrowWithUndoAndRedo) {
       design.undo(*update);
       design.redo(*update);
     }
-    return bytesInUse.load();
+    return HeapWatch::bytesInUse();
   };
   const std::size_t afterTen = afterRounds(10);
   EXPECT_LE(afterRounds(1000), afterTen);
 }
 
 TEST(BytesInUse, AreThoseNotGivenBackYet) {
-  const std::size_t before = bytesInUse;
+  const std::size_t before = HeapWatch::bytesInUse();
   {
     const std::string text(1000, 'x');
-    EXPECT_GE(bytesInUse, before + text.size());
+    EXPECT_GE(HeapWatch::bytesInUse(), before + text.size());
   }
-  EXPECT_EQ(bytesInUse, before);
+  EXPECT_EQ(HeapWatch::bytesInUse(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -8,17 +8,17 @@
 #include <vector>
 
 #include "tessaril/graph/ApplyGraph.h"
-#include "tests/persistence/AllocationWatch.h"
 #include "tests/persistence/GoldenFiles.h"
 #include "tests/persistence/HandMadeArchive.h"
 #include "tests/persistence/Step.h"
+#include "tests/platform/HeapWatch.h"
 
 // What becomes of files that are cut or changed, with and without a checksum that hides it.
 
 namespace Tessaril {
 namespace {
 
-using TestSupport::AllocationWatch;
+using PlatformTests::HeapWatch;
 using TestSupport::GoldenDesign;
 using TestSupport::goldenFile;
 using TestSupport::readDesign;
@@ -125,7 +125,7 @@ void check(const std::string& name, const std::string& archive) {
 /// True if the archive could be read; refused ones end in an exception that names a place.
 bool isReadable(const std::string& name, std::string archive) {
   TestSupport::repair(archive);
-  const AllocationWatch watch;
+  const HeapWatch watch;
   bool readable = true;
   try {
     check(name, archive);
@@ -171,7 +171,7 @@ TEST(DamagedContainerTest, ANumberOfElementsThatNeverComeClaimsNoMemory) {
     const std::string archive = bytes.close().with({{"Path", 1}});
     PersistenceArchiver archiver(archive);
     std::vector<Path> paths;
-    const AllocationWatch watch;
+    const HeapWatch watch;
     if (claimed == kElements) {
       readContainer(archiver, paths);
     } else {
@@ -184,11 +184,11 @@ TEST(DamagedContainerTest, ANumberOfElementsThatNeverComeClaimsNoMemory) {
   }
 }
 
-TEST(AllocationWatchTest, SeesTheLibraries) {
+TEST(HeapWatchTest, SeesTheLibraries) {
   constexpr std::size_t kSize = 1 << 20;
   const std::string archive = TestSupport::HandMadeArchive().text(std::string(kSize, 'x')).with({});
   PersistenceArchiver archiver(archive);
-  const AllocationWatch watch;
+  const HeapWatch watch;
   std::string text;
   archiver >> text;
   EXPECT_GE(watch.largest(), kSize);

@@ -23,6 +23,9 @@ TEST(DisplayWidth, CountsBytesThatAreNoTextOneByOne) {
   EXPECT_EQ(displayWidth("\xff\xfe"), 2U);
   EXPECT_EQ(displayWidth("a\xc3"), 2U);
   EXPECT_EQ(displayWidth("\xe2\x28\xa1"), 3U);
+  EXPECT_EQ(displayWidth("\xe0\x80\xaf"), 3U) << "longer than need be";
+  EXPECT_EQ(displayWidth("\xed\xa0\x80"), 3U) << "half of a surrogate pair";
+  EXPECT_EQ(displayWidth("\xf4\x90\x80\x80"), 4U) << "beyond the last character";
 }
 
 TEST(BrokenInto, BreaksBetweenWords) {

@@ -1,53 +1,26 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
 #include <iterator>
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "tessaril/platform/exceptions/TsException.h"
 #include "tessaril/platform/parameterization/Object.h"
 #include "tessaril/platform/persistence_archiver/PersistenceArchiver.h"
+#include "tests/platform/HeapWatch.h"
 #include "tests/platform/persistence_archiver/StoredClass.h"
 #include "tests/platform/reference/ArchiveBytes.h"
 
 // Archives that are cut or changed anywhere, and what reading them costs.
-
-namespace {
-
-/// The memory that operator new has given away, while it is measured.
-struct Memory {
-  static inline std::atomic<std::size_t> largest = 0;
-};
-
-void* allocate(std::size_t size) {
-  std::size_t largest = Memory::largest;
-  while (size > largest && !Memory::largest.compare_exchange_weak(largest, size)) {
-  }
-  return std::malloc(size);
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  if (void* const memory = allocate(size)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace Tessaril {
 namespace {
 
 using namespace ArchiveBytes;
 using PlatformTests::descriptorOf;
+using PlatformTests::HeapWatch;
 
 /// A tree with a branch that is shared, and a value of every kind behind it.
 std::string sampleArchive() {
@@ -101,9 +74,9 @@ bool isRefused(const std::string& bytes) {
 std::size_t mostMemory(std::size_t archiveSize) { return 1024 + 20 * archiveSize; }
 
 std::size_t largestPieceFor(const std::string& bytes) {
-  Memory::largest = 0;
+  const HeapWatch watch;
   isRefused(bytes);
-  return Memory::largest;
+  return watch.largest();
 }
 
 TEST(ArchiveRobustnessTest, TheSampleIsRead) { EXPECT_FALSE(isRefused(sampleArchive())); }
@@ -142,9 +115,9 @@ TEST(ArchiveRobustnessTest, EveryChangeThatPretendsToBeRightIsRefusedOrRead) {
       std::string made = whole;
       made[i] = static_cast<char>(made[i] ^ change);
       made = repaired(made);
-      Memory::largest = 0;
+      const HeapWatch watch;
       refused += isRefused(made) ? 1 : 0;
-      ASSERT_LE(Memory::largest, mostMemory(made.size())) << "byte " << i << ", change " << change;
+      ASSERT_LE(watch.largest(), mostMemory(made.size())) << "byte " << i << ", change " << change;
     }
   }
   // Both happen: another letter of a name is read.
@@ -185,9 +158,9 @@ TEST(ArchiveRobustnessTest, AClassTableOfManyClassesCostsInProportion) {
     classes.push_back(classEntry(i, "", 1));
   }
   const std::string made = archive("", classes);
-  Memory::largest = 0;
+  const HeapWatch watch;
   const PersistenceArchiver archiver(made);
-  EXPECT_LE(Memory::largest, mostMemory(made.size()));
+  EXPECT_LE(watch.largest(), mostMemory(made.size()));
   EXPECT_EQ(archiver.getClasses().size(), 50000U);
 }
 

@@ -1,10 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <memory>
-#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -13,25 +11,7 @@
 #include <vector>
 
 #include "tessaril/platform/signals/Signal.h"
-
-namespace {
-thread_local std::size_t allocations = 0;
-}  // namespace
-
-// Counted, to see what a signal takes that nobody connects to.
-void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size > 0 ? size : 1)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  ++allocations;
-  return std::malloc(size > 0 ? size : 1);
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+#include "tests/platform/HeapWatch.h"
 
 namespace Tessaril::Signals {
 namespace {
@@ -493,7 +473,7 @@ TEST_F(SignalTest, AScopedConnectionOutlivesItsSignal) {
 // Cost.
 
 TEST_F(SignalTest, ASignalThatWasNeverConnectedAllocatesNothing) {
-  const std::size_t before = allocations;
+  const PlatformTests::HeapWatch watch;
   {
     const Signal<void()> plain;
     plain.emit();
@@ -501,7 +481,7 @@ TEST_F(SignalTest, ASignalThatWasNeverConnectedAllocatesNothing) {
     withArguments.emit(1, 2, 3, 4);
     EXPECT_EQ(plain.connectionCount(), 0U);
   }
-  EXPECT_EQ(allocations, before);
+  EXPECT_EQ(watch.allocations(), 0U);
 }
 
 TEST_F(SignalTest, ServesManyConnectionsThatComeAndGo) {
