@@ -10,8 +10,6 @@ namespace {
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 constexpr std::string_view kEllipsis = "\xE2\x80\xA6";
 
-bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
-
 /// Of what XML accepts: control characters are not for eyes.
 bool isVisibleInXml(char32_t code) {
   return (code >= 0x20 && code < 0x7F) || (code >= 0xA0 && code < 0xFFFE) || code >= 0x10000;

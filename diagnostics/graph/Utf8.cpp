@@ -12,8 +12,6 @@ constexpr std::array<unsigned char, 5> kBitsOfFirst{0, 0x7F, 0x1F, 0x0F, 0x07};
 /// What is less has a shorter form.
 constexpr std::array<char32_t, 5> kLeastCode{0, 0, 0x80, 0x800, 0x10000};
 
-bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
-
 /// By the first byte; 0 for one that begins no character.
 std::size_t lengthOfCharacter(unsigned char first) {
   if (first < 0x80U) {
@@ -31,6 +29,8 @@ bool isCharacter(char32_t code, std::size_t length) {
 }
 
 }  // namespace
+
+bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
 Utf8Character characterAtFront(std::string_view text) {
   const auto first = static_cast<unsigned char>(text[0]);

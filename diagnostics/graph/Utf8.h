@@ -15,4 +15,7 @@ struct Utf8Character {
 /// The character that a text begins with. Requires: the text is not empty.
 Utf8Character characterAtFront(std::string_view text);
 
+/// Whether the byte stands in a character of several, but not at its front.
+bool continuesCharacter(char byte);
+
 }  // namespace Tessaril::Diagnostics

@@ -56,12 +56,9 @@ Character firstOf(std::string_view text) {
 /// How many bytes a blank, a line break or anything else has that a terminal might take for a
 /// command; 0 for what is none. Requires: the text is not empty.
 std::size_t separatorLength(std::string_view text) {
-  const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  if (byte(0) <= 0x20 || byte(0) == 0x7F) {
-    return 1;
-  }
-  const bool isControl = byte(0) == 0xC2 && text.size() > 1 && byte(1) >= 0x80 && byte(1) <= 0x9F;
-  return isControl ? 2 : 0;
+  const Utf8Character first = characterAtFront(text);
+  const bool isSeparator = first.code <= 0x20 || (first.code >= 0x7F && first.code < 0xA0);
+  return isSeparator ? first.bytes.size() : 0;
 }
 
 std::vector<std::string_view> wordsOf(std::string_view text) {

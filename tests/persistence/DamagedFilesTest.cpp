@@ -193,6 +193,7 @@ TEST(HeapWatchTest, SeesTheLibraries) {
   archiver >> text;
   EXPECT_GE(watch.largest(), kSize);
   EXPECT_LT(watch.largest(), 2 * kSize);
+  EXPECT_GE(watch.allocations(), 1U);
 }
 
 }  // namespace
